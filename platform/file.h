@@ -1,0 +1,35 @@
+// Whole-file operations. Any thread may call them; they block on the disk and never throw for a
+// failure of it. Paths are wide text in the system's own form.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quillgate::platform {
+
+// Whether a file or a folder stands at `path`.
+[[nodiscard]] bool pathExists(const std::wstring& path);
+
+// The whole file; empty when it cannot be read or has more than `maxBytes` bytes.
+[[nodiscard]] std::optional<std::vector<std::byte>> readFile(const std::wstring& path,
+                                                             std::size_t maxBytes);
+
+// Opens the file at `path` for appending, creating it if it is missing, writes `bytes` at its end
+// with one write and closes it. Others may read the file meanwhile. False when it cannot be opened
+// or written.
+bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
+
+// Makes `bytes` the content of the file at `path`. Whoever opens the path finds the old content or
+// the new one, whole, even if the process or the system ends in between: the bytes go into a file
+// beside it that is flushed and then takes its place. Where the folder allows no new file, an
+// existing file that can be written is written in place. A link is followed, a file that may not be
+// written is left alone. On false the old content stands as it was.
+[[nodiscard]] bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes);
+
+// Deletes the file; false when there is none or the system refuses.
+bool removeFile(const std::wstring& path);
+
+}  // namespace quillgate::platform

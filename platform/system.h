@@ -1,0 +1,44 @@
+// What the engine asks of the system besides sockets, files and XML: its libraries made ready, the
+// clock on the wall, and the user's folder for application data.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quillgate::platform {
+
+// What stands between two parts of a path on this system.
+extern const wchar_t kPathSeparator;
+
+// Local wall-clock time.
+struct LocalTime {
+  int year = 0;
+  int month = 0;  // 1..12
+  int day = 0;    // 1..31
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+  int millisecond = 0;
+};
+
+// Prepares what the other seams need: sockets, and on Windows COM on the calling thread; raises the
+// descriptor limit as far as the system allows. Called once, by the main thread, before any other
+// function of the seams. False when there are no sockets.
+[[nodiscard]] bool startPlatform() noexcept;
+
+// Ends what startPlatform() began, on the same thread. Sockets that are still open stop working;
+// threads that use them see errors.
+void stopPlatform() noexcept;
+
+// The time now. Any thread.
+[[nodiscard]] LocalTime localTime() noexcept;
+
+// The folder for this user's application data that stays on this machine, without a separator at
+// its end; empty when the system names none.
+[[nodiscard]] std::wstring localAppDataFolder();
+
+// Creates the folder and every missing folder above it; a relative path starts at the current
+// folder. True when the folder stands afterwards.
+bool createFolders(const std::wstring& path);
+
+}  // namespace quillgate::platform
