@@ -8,7 +8,6 @@ if(WIN32)
   # Windows 10 is the oldest system the manifest names.
   target_compile_definitions(quillgate_settings INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN
                              NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00)
-  target_compile_options(quillgate_settings INTERFACE -municode)
   target_link_options(quillgate_settings INTERFACE -static)
 endif()
 
