@@ -1,0 +1,71 @@
+#include "core/event_log.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "core/text.h"
+#include "core/time_stamp.h"
+#include "platform/file.h"
+#include "platform/system.h"
+
+namespace quillgate {
+
+void EventLog::setLogFilePath(std::wstring path) {
+  const std::lock_guard lock(mutex_);
+  logFilePath_ = std::move(path);
+}
+
+void EventLog::write(std::wstring_view message) {
+  std::wstring line = formatTimeStamp(platform::localTime());
+  line += message;
+  std::vector<std::byte> fileLine;
+  fileLine.reserve((line.size() + 2) * 2);
+  appendUtf16le(line, fileLine);
+  appendUtf16le(L"\r\n", fileLine);
+
+  std::vector<std::wstring> trimmedLines;  // destroyed when nobody waits any more
+  {
+    const std::lock_guard lock(mutex_);
+    if (!logFilePath_.empty()) platform::appendToFile(logFilePath_, fileLine);
+    lines_.push_back(std::move(line));
+    if (lines_.size() > kMaxLogLines) {
+      const auto firstKept = lines_.begin() + kLogTrimLines;
+      trimmedLines.assign(std::move_iterator(lines_.begin()), std::move_iterator(firstKept));
+      lines_.erase(lines_.begin(), firstKept);
+      viewIndex_ -= std::min(viewIndex_, kLogTrimLines);
+    }
+  }
+  notifier_.linesWait();
+}
+
+std::vector<std::wstring> EventLog::takeNewLines() {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::wstring> newLines(lines_.begin() + static_cast<std::ptrdiff_t>(viewIndex_),
+                                     lines_.end());
+  viewIndex_ = lines_.size();
+  return newLines;
+}
+
+void EventLog::openView(std::size_t maxLines,
+                        const std::function<void(const std::wstring&)>& addLine) {
+  const std::lock_guard lock(mutex_);
+  viewIndex_ = lines_.size();
+  for (std::size_t i = lines_.size() - std::min(lines_.size(), maxLines); i < lines_.size(); ++i) {
+    addLine(lines_[i]);
+  }
+}
+
+void EventLog::clear() {
+  std::vector<std::wstring> cleared;
+  std::wstring path;
+  {
+    const std::lock_guard lock(mutex_);
+    cleared.swap(lines_);
+    viewIndex_ = 0;
+    path = logFilePath_;
+  }
+  if (!path.empty()) platform::removeFile(path);
+}
+
+}  // namespace quillgate
