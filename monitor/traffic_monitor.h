@@ -63,8 +63,6 @@ class TrafficMonitor {
     [[nodiscard]] RecordList::SharedBlock append(SharedRecord record);
   };
 
-  void capture(std::uint32_t ruleIndex, std::wstring_view text, std::span<const std::byte> data,
-               bool truncated);
   void appendRecord(std::uint32_t ruleIndex, SharedRecord record);
   void notify();
 
