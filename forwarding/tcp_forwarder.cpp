@@ -1,0 +1,143 @@
+#include "forwarding/tcp_forwarder.h"
+
+#include <array>
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "forwarding/socket_address.h"
+#include "platform/thread.h"
+
+namespace quillgate {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::Socket;
+using platform::SocketAddress;
+
+// "host:port" of the rule's target, the host as configured.
+std::wstring targetText(const ForwardRule& rule) {
+  return rule.targetIp + L":" + std::to_wstring(rule.targetPort);
+}
+
+Socket openListener(std::uint16_t localPort) {
+  Socket listener = platform::openIpv4Socket(platform::Transport::tcp);
+  if (!listener.isOpen()) return listener;
+  platform::allowAddressReuse(listener);
+  if (!platform::bindToAllIpv4(listener, localPort) || !platform::startListening(listener)) {
+    listener.close();
+  }
+  return listener;
+}
+
+void acceptClient(const Reports& reports, std::int32_t ruleIndex, const ForwardRule& rule,
+                  const Socket& listener) {
+  SocketAddress peerAddress;
+  Socket client = platform::acceptConnection(listener, peerAddress);
+  if (!client.isOpen()) return;
+  platform::Thread session(
+      platform::kWorkerStackBytes,
+      [reports, ruleIndex, clientSocket = std::move(client), peerAddress, rule]() mutable {
+        runTcpSession(reports, ruleIndex, std::move(clientSocket), peerAddress, std::move(rule));
+      });
+  session.detach();
+}
+
+// Sends all of `data`. Returns the last result: 0 or less when the peer took no more.
+std::int32_t sendAll(const Socket& socket, std::span<const std::byte> data) {
+  std::int32_t sent = 0;
+  while (!data.empty()) {
+    sent = platform::send(socket, data);
+    if (sent <= 0) break;
+    data = data.subspan(static_cast<std::size_t>(sent));
+  }
+  return sent;
+}
+
+}  // namespace
+
+void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
+                    ForwardRule rule) noexcept {
+  EventLog& log = context.reports.log;
+  const std::wstring localPort = std::to_wstring(rule.localPort);
+
+  context.active.store(true);
+  Socket listener = openListener(rule.localPort);
+  if (!listener.isOpen()) {
+    log.write(L"[TCP] Failed to bind/listen on local port " + localPort);
+    context.active.store(false);
+    return;
+  }
+  log.write(L"[TCP] Listening on local port " + localPort + L" -> " + targetText(rule));
+  while (context.running.load()) {
+    const auto waited = platform::waitReadable(listener, 300ms);
+    if (!context.running.load()) break;
+    if (waited == platform::WaitResult::readable) {
+      acceptClient(context.reports, ruleIndex, rule, listener);
+    }
+  }
+  listener.close();
+  log.write(L"[TCP] Stopped local port " + localPort);
+  context.active.store(false);
+}
+
+void runTcpSession(Reports reports, std::int32_t ruleIndex, Socket clientSocket,
+                   SocketAddress peerAddress, ForwardRule rule) noexcept {
+  const auto monitorIndex = static_cast<std::uint32_t>(ruleIndex);
+  const auto report = [&](const std::wstring& text) {
+    reports.log.write(text);
+    reports.monitor.captureEvent(monitorIndex, text);
+  };
+  const std::wstring peerText = formatSocketAddress(peerAddress.view());
+
+  const std::optional<SocketAddress> target =
+      platform::resolveFirst(rule.targetIp, std::to_wstring(rule.targetPort));
+  if (!target) {
+    report(L"[TCP] FROM " + peerText + L"  Resolve failed for " + targetText(rule));
+    return;
+  }
+  Socket targetSocket = platform::openTcpSocketFor(*target);
+  if (!targetSocket.isOpen()) return;
+  if (!platform::connectTo(targetSocket, *target)) {
+    report(L"[TCP] FROM " + peerText + L"  Connect failed to " + targetText(rule));
+    targetSocket.close();
+    return;
+  }
+
+  const std::wstring route = L"FROM " + peerText + L"  local " + std::to_wstring(rule.localPort) +
+                             L" -> " + targetText(rule);
+  reports.log.write(L"[TCP] " + route);
+  reports.monitor.captureEvent(monitorIndex, L"[TCP] SESSION " + route);
+
+  const auto pump = [&](std::wstring_view directionText, const Socket& from, const Socket& to) {
+    relayAndCapture(reports.monitor, ruleIndex, peerText, directionText, from, to);
+  };
+  platform::Thread clientToTarget(platform::kWorkerStackBytes,
+                                  [&] { pump(L"C->S", clientSocket, targetSocket); });
+  pump(L"S->C", targetSocket, clientSocket);
+  clientToTarget.join();
+
+  targetSocket.close();
+  clientSocket.close();
+  report(L"[TCP] Session closed FROM " + peerText + L" (local " + std::to_wstring(rule.localPort) +
+         L")");
+}
+
+std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
+                             std::wstring_view peerText, std::wstring_view directionText,
+                             const Socket& fromSocket, const Socket& toSocket) noexcept {
+  std::wstring label = L"[TCP] ";
+  label.append(directionText).append(L" FROM ").append(peerText).append(L"  ");
+
+  std::array<std::byte, kRelayBufferBytes> buffer;
+  while (true) {
+    const std::int32_t received = platform::receive(fromSocket, buffer);
+    if (received <= 0) return received;
+    const auto chunk = std::span(buffer).first(static_cast<std::size_t>(received));
+    monitor.capturePayload(static_cast<std::uint32_t>(ruleIndex), label, chunk);
+    if (const std::int32_t sent = sendAll(toSocket, chunk); sent <= 0) return sent;
+  }
+}
+
+}  // namespace quillgate

@@ -1,0 +1,104 @@
+#include "forwarding/udp_forwarder.h"
+
+#include <array>
+#include <chrono>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "forwarding/socket_address.h"
+#include "platform/socket.h"
+
+namespace quillgate {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::Socket;
+using platform::SocketAddress;
+
+// The life of one rule's socket after its set-up.
+class UdpRelay {
+ public:
+  UdpRelay(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRule& rule,
+           const Socket& socket, const SocketAddress& target)
+      : context_(context),
+        ruleIndex_(static_cast<std::uint32_t>(ruleIndex)),
+        rule_(rule),
+        socket_(socket),
+        target_(target) {}
+
+  // Receives first and waits only when nothing is there: under load that saves a system call for
+  // every datagram.
+  void run() {
+    while (context_.running.load()) {
+      SocketAddress sender;
+      const std::int32_t received = platform::receiveDatagram(socket_, buffer_, sender);
+      if (received < 0) {
+        static_cast<void>(platform::waitReadable(socket_, 300ms));
+      } else if (received > 0) {
+        relay(std::span(buffer_).first(static_cast<std::size_t>(received)), sender);
+      }
+    }
+  }
+
+ private:
+  void relay(std::span<const std::byte> datagram, const SocketAddress& sender) {
+    if (platform::sameIpv4Endpoint(sender, target_)) {
+      if (!client_) return;
+      context_.reports.monitor.capturePayload(ruleIndex_, L"[UDP] S->C  ", datagram);
+      platform::sendDatagram(socket_, datagram, *client_);
+      return;
+    }
+    if (!client_ || !platform::sameIpv4Endpoint(sender, *client_)) reportNewClient(sender);
+    client_ = sender;
+    context_.reports.monitor.capturePayload(ruleIndex_, L"[UDP] C->S  ", datagram);
+    platform::sendDatagram(socket_, datagram, target_);
+  }
+
+  void reportNewClient(const SocketAddress& sender) {
+    const std::wstring text = L"[UDP] New client FROM " + formatSocketAddress(sender.view()) +
+                              L"  local " + std::to_wstring(rule_.localPort) + L" -> " +
+                              rule_.targetIp + L":" + std::to_wstring(rule_.targetPort);
+    context_.reports.log.write(text);
+    context_.reports.monitor.captureEvent(ruleIndex_, text);
+  }
+
+  const WorkerContext& context_;
+  const std::uint32_t ruleIndex_;
+  const ForwardRule& rule_;
+  const Socket& socket_;
+  const SocketAddress target_;
+  std::optional<SocketAddress> client_;
+  std::array<std::byte, kDatagramBufferBytes> buffer_;
+};
+
+// Sets the socket up and relays; every exit closes the socket and has reported.
+void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRule& rule) {
+  EventLog& log = context.reports.log;
+  const std::wstring localPort = std::to_wstring(rule.localPort);
+
+  Socket socket = platform::openIpv4Socket(platform::Transport::udp);
+  if (!socket.isOpen()) return log.write(L"[UDP] socket() failed.");
+  platform::allowAddressReuse(socket);
+  if (!platform::bindToAllIpv4(socket, rule.localPort)) {
+    return log.write(L"[UDP] Failed to bind on local port " + localPort);
+  }
+  const auto target = platform::parseIpv4(rule.targetIp, rule.targetPort);
+  if (!target) return log.write(L"[UDP] Invalid target IP: " + rule.targetIp);
+  log.write(L"[UDP] Listening on local port " + localPort + L" -> " + rule.targetIp + L":" +
+            std::to_wstring(rule.targetPort));
+
+  UdpRelay(context, ruleIndex, rule, socket, *target).run();
+  socket.close();
+  log.write(L"[UDP] Stopped local port " + localPort);
+}
+
+}  // namespace
+
+void runUdpRule(const WorkerContext& context, std::int32_t ruleIndex, ForwardRule rule) noexcept {
+  context.active.store(true);
+  serve(context, ruleIndex, rule);
+  context.active.store(false);
+}
+
+}  // namespace quillgate
