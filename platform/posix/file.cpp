@@ -1,0 +1,143 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/text.h"
+
+namespace quillgate::platform {
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;  // less the umask
+constexpr const char* kNewFileSuffix = ".quillgate-new";
+constexpr int kMostLinks = 40;  // as many as the kernel follows
+
+Descriptor openFile(const std::string& path, int flags) {
+  return Descriptor(
+      untilNotInterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, kNewFileMode); }));
+}
+
+std::optional<std::vector<std::byte>> readWhole(const std::string& path, std::size_t maxBytes) {
+  const Descriptor file = openFile(path, O_RDONLY);
+  if (!file.isOpen()) return std::nullopt;
+  std::vector<std::byte> content;
+  std::array<std::byte, 16 * 1024> chunk;
+  while (true) {
+    const ssize_t count =
+        untilNotInterrupted([&] { return ::read(file.number(), chunk.data(), chunk.size()); });
+    if (count == 0) return content;
+    const auto size = static_cast<std::size_t>(count);
+    if (count < 0 || size > maxBytes - content.size()) return std::nullopt;
+    content.insert(content.end(), chunk.begin(), chunk.begin() + count);
+  }
+}
+
+bool writeAll(const Descriptor& file, std::span<const std::byte> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count =
+        untilNotInterrupted([&] { return ::write(file.number(), bytes.data(), bytes.size()); });
+    if (count <= 0) return false;
+    bytes = bytes.subspan(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+// Makes `bytes` the content of the open file and waits until the disk has it.
+bool overwrite(const Descriptor& file, std::span<const std::byte> bytes) {
+  return ::lseek(file.number(), 0, SEEK_SET) == 0 && writeAll(file, bytes) &&
+         ::ftruncate(file.number(), static_cast<off_t>(bytes.size())) == 0 &&
+         ::fsync(file.number()) == 0;
+}
+
+bool overwriteInPlace(const std::string& path, std::span<const std::byte> bytes) {
+  const auto old = readWhole(path, SIZE_MAX);
+  const Descriptor file = openFile(path, O_WRONLY);
+  if (!old || !file.isOpen()) return false;
+  if (overwrite(file, bytes)) return true;
+  overwrite(file, *old);
+  return false;
+}
+
+// Where the links that start at `path` end, whether or not something stands there.
+std::string endOfLinks(std::filesystem::path path) {
+  std::error_code error;
+  for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(path, error); ++links) {
+    path = path.parent_path() / std::filesystem::read_symlink(path, error);
+  }
+  return path.native();
+}
+
+bool stillNames(const std::string& path, const Descriptor& file) {
+  struct stat named {};
+  struct stat opened {};
+  return ::lstat(path.c_str(), &named) == 0 && ::fstat(file.number(), &opened) == 0 &&
+         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+}
+
+// Creates the file that will take another's place, or takes over one that an ended process has
+// left. Whoever else saves to the same path waits until this file has been moved, removed or
+// closed.
+Descriptor openNewFile(const std::string& path) {
+  while (true) {
+    Descriptor file = openFile(path, O_RDWR | O_CREAT | O_NOFOLLOW);
+    if (!file.isOpen()) return file;
+    untilNotInterrupted([&] { return ::flock(file.number(), LOCK_EX); });
+    if (stillNames(path, file)) return file;
+  }
+}
+
+void flushFolderOf(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path().native();
+  const Descriptor descriptor = openFile(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
+  if (descriptor.isOpen()) ::fsync(descriptor.number());
+}
+
+}  // namespace
+
+bool pathExists(const std::wstring& path) {
+  struct stat status {};
+  return ::stat(toBytes(path).c_str(), &status) == 0;
+}
+
+std::optional<std::vector<std::byte>> readFile(const std::wstring& path, std::size_t maxBytes) {
+  return readWhole(toBytes(path), maxBytes);
+}
+
+bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
+  const Descriptor file = openFile(toBytes(path), O_WRONLY | O_APPEND | O_CREAT);
+  if (!file.isOpen()) return false;
+  const ssize_t count =
+      untilNotInterrupted([&] { return ::write(file.number(), bytes.data(), bytes.size()); });
+  return count >= 0 && static_cast<std::size_t>(count) == bytes.size();
+}
+
+bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
+  const std::string target = endOfLinks(toBytes(path));
+  struct stat old {};
+  const bool exists = ::stat(target.c_str(), &old) == 0;
+  if (exists && (!S_ISREG(old.st_mode) || !openFile(target, O_WRONLY).isOpen())) return false;
+
+  const std::string beside = target + kNewFileSuffix;
+  const Descriptor file = openNewFile(beside);
+  if (!file.isOpen()) return exists && overwriteInPlace(target, bytes);
+  const bool written =
+      (!exists || ::fchmod(file.number(), old.st_mode & 07777) == 0) && overwrite(file, bytes);
+  if (written && std::rename(beside.c_str(), target.c_str()) == 0) {
+    flushFolderOf(target);
+    return true;
+  }
+  ::unlink(beside.c_str());
+  return written && exists && overwriteInPlace(target, bytes);
+}
+
+bool removeFile(const std::wstring& path) { return ::unlink(toBytes(path).c_str()) == 0; }
+
+}  // namespace quillgate::platform

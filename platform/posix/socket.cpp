@@ -1,0 +1,243 @@
+#include "platform/socket.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <thread>
+
+#include "platform/ipv4_text.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/text.h"
+
+namespace quillgate::platform {
+namespace {
+
+static_assert(sizeof(sockaddr_storage) == kAddressStorageBytes);
+
+constexpr std::chrono::milliseconds kPauseWithoutDescriptors{10};
+
+int descriptorOf(const Socket& socket) { return static_cast<int>(socket.native()); }
+
+Socket openSocket(int family, int type, int protocol) {
+  const int descriptor = ::socket(family, type | SOCK_CLOEXEC, protocol);
+  return descriptor < 0 ? Socket() : Socket(static_cast<NativeSocket>(descriptor));
+}
+
+// What fits the 32-bit counts of the seam.
+std::size_t lengthOf(std::span<const std::byte> data) {
+  return std::min(data.size(), static_cast<std::size_t>(INT32_MAX));
+}
+
+const sockaddr* nativeOf(const SocketAddress& address) {
+  return reinterpret_cast<const sockaddr*>(address.bytes.data());
+}
+
+sockaddr* nativeOf(SocketAddress& address) {
+  return reinterpret_cast<sockaddr*>(address.bytes.data());
+}
+
+template <typename Native>
+Native nativeCopyOf(std::span<const std::byte> address) {
+  Native native{};
+  std::memcpy(&native, address.data(), std::min(sizeof(native), address.size()));
+  return native;
+}
+
+SocketAddress addressFrom(const void* native, std::size_t length) {
+  SocketAddress address;
+  std::memcpy(address.bytes.data(), native, length);
+  address.length = static_cast<std::int32_t>(length);
+  return address;
+}
+
+// A connect that a signal interrupted goes on in the background.
+bool waitUntilConnected(int descriptor) {
+  pollfd wait{descriptor, POLLOUT, 0};
+  if (untilNotInterrupted([&] { return ::poll(&wait, 1, -1); }) < 0) return false;
+  int error = 0;
+  socklen_t length = sizeof(error);
+  return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length) == 0 && error == 0;
+}
+
+std::wstring withPort(std::wstring host, in_port_t port) {
+  if (port == 0) return host;
+  return host + L":" + std::to_wstring(ntohs(port));
+}
+
+std::optional<std::wstring> ipv4ToText(const sockaddr_in& address) {
+  char host[INET_ADDRSTRLEN];
+  if (::inet_ntop(AF_INET, &address.sin_addr, host, sizeof(host)) == nullptr) return std::nullopt;
+  return withPort(toWide(host), address.sin_port);
+}
+
+std::optional<std::wstring> ipv6ToText(const sockaddr_in6& address) {
+  char bytes[INET6_ADDRSTRLEN];
+  if (::inet_ntop(AF_INET6, &address.sin6_addr, bytes, sizeof(bytes)) == nullptr) {
+    return std::nullopt;
+  }
+  std::wstring host = toWide(bytes);
+  if (address.sin6_scope_id != 0) host += L"%" + std::to_wstring(address.sin6_scope_id);
+  if (address.sin6_port == 0) return host;
+  return withPort(L"[" + host + L"]", address.sin6_port);
+}
+
+}  // namespace
+
+Socket& Socket::operator=(Socket&& other) noexcept {
+  if (this != &other) {
+    close();
+    native_ = std::exchange(other.native_, kInvalidSocket);
+  }
+  return *this;
+}
+
+void Socket::close() noexcept {
+  // Linux has released the descriptor even when close() reports EINTR.
+  if (isOpen()) ::close(static_cast<int>(std::exchange(native_, kInvalidSocket)));
+}
+
+Socket openIpv4Socket(Transport transport) noexcept {
+  return transport == Transport::tcp ? openSocket(AF_INET, SOCK_STREAM, IPPROTO_TCP)
+                                     : openSocket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+}
+
+Socket openTcpSocketFor(const SocketAddress& target) noexcept {
+  return openSocket(nativeOf(target)->sa_family, SOCK_STREAM, IPPROTO_TCP);
+}
+
+void allowAddressReuse(const Socket& socket) noexcept {
+  const int on = 1;
+  ::setsockopt(descriptorOf(socket), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+}
+
+bool bindToAllIpv4(const Socket& socket, std::uint16_t port) noexcept {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_ANY);
+  address.sin_port = htons(port);
+  return ::bind(descriptorOf(socket), reinterpret_cast<const sockaddr*>(&address),
+                sizeof(address)) == 0;
+}
+
+bool startListening(const Socket& socket) noexcept {
+  // Non-blocking, so that accepting a connection that has gone again does not wait for the next.
+  const int flags = ::fcntl(descriptorOf(socket), F_GETFL);
+  return flags >= 0 && ::fcntl(descriptorOf(socket), F_SETFL, flags | O_NONBLOCK) == 0 &&
+         ::listen(descriptorOf(socket), SOMAXCONN) == 0;
+}
+
+WaitResult waitReadable(const Socket& socket, std::chrono::microseconds timeout) noexcept {
+  pollfd wait{descriptorOf(socket), POLLIN, 0};
+  const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(timeout);
+  const int ready = ::poll(&wait, 1, static_cast<int>(milliseconds.count()));
+  if (ready < 0) return errno == EINTR ? WaitResult::timedOut : WaitResult::failed;
+  if (ready == 0) return WaitResult::timedOut;
+  return (wait.revents & POLLNVAL) != 0 ? WaitResult::failed : WaitResult::readable;
+}
+
+Socket acceptConnection(const Socket& listener, SocketAddress& peer) noexcept {
+  peer = {};
+  socklen_t length = kAddressStorageBytes;
+  const int descriptor = untilNotInterrupted(
+      [&] { return ::accept4(descriptorOf(listener), nativeOf(peer), &length, SOCK_CLOEXEC); });
+  if (descriptor < 0) {
+    if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+      std::this_thread::sleep_for(kPauseWithoutDescriptors);
+    }
+    return Socket();
+  }
+  peer.length = static_cast<std::int32_t>(length);
+  return Socket(static_cast<NativeSocket>(descriptor));
+}
+
+std::optional<SocketAddress> resolveFirst(const std::wstring& host, const std::wstring& service) {
+  addrinfo hints{};
+  hints.ai_family = AF_UNSPEC;
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_protocol = IPPROTO_TCP;
+  addrinfo* found = nullptr;
+  if (::getaddrinfo(toBytes(host).c_str(), toBytes(service).c_str(), &hints, &found) != 0) {
+    return std::nullopt;
+  }
+  const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> owner(found, &::freeaddrinfo);
+  if (found == nullptr || found->ai_addrlen > kAddressStorageBytes) return std::nullopt;
+  return addressFrom(found->ai_addr, found->ai_addrlen);
+}
+
+bool connectTo(const Socket& socket, const SocketAddress& target) noexcept {
+  const int descriptor = descriptorOf(socket);
+  if (::connect(descriptor, nativeOf(target), static_cast<socklen_t>(target.length)) == 0) {
+    return true;
+  }
+  return errno == EINTR && waitUntilConnected(descriptor);
+}
+
+std::int32_t receive(const Socket& socket, std::span<std::byte> buffer) noexcept {
+  return static_cast<std::int32_t>(untilNotInterrupted(
+      [&] { return ::recv(descriptorOf(socket), buffer.data(), lengthOf(buffer), 0); }));
+}
+
+std::int32_t send(const Socket& socket, std::span<const std::byte> data) noexcept {
+  return static_cast<std::int32_t>(untilNotInterrupted(
+      [&] { return ::send(descriptorOf(socket), data.data(), lengthOf(data), MSG_NOSIGNAL); }));
+}
+
+std::int32_t receiveDatagram(const Socket& socket, std::span<std::byte> buffer,
+                             SocketAddress& sender) noexcept {
+  socklen_t length = kAddressStorageBytes;
+  const ssize_t size = untilNotInterrupted([&] {
+    // MSG_TRUNC asks for the size the datagram had, so that one cut to fit is known.
+    return ::recvfrom(descriptorOf(socket), buffer.data(), lengthOf(buffer),
+                      MSG_DONTWAIT | MSG_TRUNC, nativeOf(sender), &length);
+  });
+  if (size < 0 || static_cast<std::size_t>(size) > buffer.size()) return -1;
+  sender.length = static_cast<std::int32_t>(length);
+  return static_cast<std::int32_t>(size);
+}
+
+std::int32_t sendDatagram(const Socket& socket, std::span<const std::byte> data,
+                          const SocketAddress& target) noexcept {
+  return static_cast<std::int32_t>(untilNotInterrupted([&] {
+    return ::sendto(descriptorOf(socket), data.data(), data.size(), MSG_NOSIGNAL, nativeOf(target),
+                    static_cast<socklen_t>(target.length));
+  }));
+}
+
+std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t port) {
+  const auto host = ipv4BytesFrom(text);
+  if (!host) return std::nullopt;
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  std::memcpy(&address.sin_addr, host->data(), host->size());
+  return addressFrom(&address, sizeof(address));
+}
+
+bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept {
+  const auto left = nativeCopyOf<sockaddr_in>(a.view());
+  const auto right = nativeCopyOf<sockaddr_in>(b.view());
+  return left.sin_addr.s_addr == right.sin_addr.s_addr && left.sin_port == right.sin_port;
+}
+
+std::optional<std::wstring> addressToText(std::span<const std::byte> address) {
+  if (address.size() > kAddressStorageBytes) return std::nullopt;
+  const sa_family_t family = nativeCopyOf<sockaddr_storage>(address).ss_family;
+  if (family == AF_INET && address.size() >= sizeof(sockaddr_in)) {
+    return ipv4ToText(nativeCopyOf<sockaddr_in>(address));
+  }
+  if (family == AF_INET6 && address.size() >= sizeof(sockaddr_in6)) {
+    return ipv6ToText(nativeCopyOf<sockaddr_in6>(address));
+  }
+  return std::nullopt;
+}
+
+}  // namespace quillgate::platform

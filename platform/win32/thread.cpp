@@ -1,0 +1,57 @@
+#include "platform/thread.h"
+
+#include <process.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <climits>
+#include <exception>
+#include <system_error>
+
+namespace quillgate::platform {
+namespace {
+
+HANDLE handleOf(std::uintptr_t native) { return reinterpret_cast<HANDLE>(native); }
+
+unsigned __stdcall runThread(void* argument) noexcept {
+  const std::unique_ptr<Thread::AnyBody> body(static_cast<Thread::AnyBody*>(argument));
+  body->run();
+  return 0;
+}
+
+}  // namespace
+
+Thread& Thread::operator=(Thread&& other) noexcept {
+  if (joinable()) std::terminate();
+  native_ = std::exchange(other.native_, std::uintptr_t{0});
+  return *this;
+}
+
+Thread::~Thread() {
+  if (joinable()) std::terminate();
+}
+
+void Thread::start(std::size_t stackBytes, std::unique_ptr<AnyBody> body) {
+  const auto reserved = static_cast<unsigned>(std::min(stackBytes, std::size_t{UINT_MAX}));
+  native_ = ::_beginthreadex(nullptr, reserved, &runThread, body.get(),
+                             STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  if (native_ == 0) {
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  }
+  body.release();  // the new thread owns it
+}
+
+void Thread::join() {
+  if (!joinable()) throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+  if (::GetThreadId(handleOf(native_)) == ::GetCurrentThreadId()) {
+    throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+  }
+  ::WaitForSingleObject(handleOf(native_), INFINITE);
+  detach();
+}
+
+void Thread::detach() noexcept {
+  if (joinable()) ::CloseHandle(handleOf(std::exchange(native_, std::uintptr_t{0})));
+}
+
+}  // namespace quillgate::platform
