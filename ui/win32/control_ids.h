@@ -1,0 +1,26 @@
+// The numbers by which controls and private messages are known, in this program and to whoever
+// drives its windows from outside.
+#pragma once
+
+#include <windows.h>
+
+namespace quillgate {
+
+// Main window.
+inline constexpr int kIdStartStop = 1001;
+inline constexpr int kIdOpenConfig = 1002;
+inline constexpr int kIdOpenLog = 1003;
+inline constexpr int kIdStatus = 1004;
+inline constexpr int kIdOpenMonitor = 1005;
+inline constexpr int kIdStatusText = 1101;
+
+// Log window.
+inline constexpr int kIdLogList = 2001;
+inline constexpr int kIdLogClear = 2002;
+
+// Posted to the log window: new lines wait in the event log.
+inline constexpr UINT kLogNewLineMessage = WM_APP + 10;
+// Posted to the monitor window: new records wait in the capture store.
+inline constexpr UINT kMonitorRefreshMessage = WM_APP + 11;
+
+}  // namespace quillgate

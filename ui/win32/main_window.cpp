@@ -1,0 +1,124 @@
+#include "ui/win32/main_window.h"
+
+#include <string>
+
+#include "ui/main_view.h"
+#include "ui/win32/control_ids.h"
+#include "ui/win32/status_indicator.h"
+#include "ui/win32/status_panel.h"
+#include "ui/win32/ui_state.h"
+
+namespace quillgate {
+
+namespace {
+
+constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
+
+// The first placement only: the size change of the first showing brings kLayout.
+constexpr Rectangle kFirstIndicatorPlace{10, 18, 18, 18};
+constexpr ControlRow kButtons[] = {
+    {kIdStartStop, L"BUTTON", L"Stop server", BS_PUSHBUTTON, 0, {40, 10, 180, 34}},
+    {kIdOpenConfig, L"BUTTON", L"Config", BS_PUSHBUTTON, 0, {240, 10, 180, 34}},
+    {kIdOpenMonitor, L"BUTTON", L"Monitor", BS_PUSHBUTTON, 0, {440, 10, 180, 34}},
+    {kIdOpenLog, L"BUTTON", L"Log", BS_PUSHBUTTON, 0, {640, 10, 90, 34}},
+    {kIdStatus, L"BUTTON", L"Status", BS_PUSHBUTTON, 0, {740, 10, 90, 34}},
+};
+
+constexpr Rectangle kIndicatorPlace{14, 18, 20, 20};
+constexpr Placement kLayout[] = {
+    {kIdStartStop, {44, 6, 142, 32}},    {kIdOpenConfig, {194, 6, 142, 32}},
+    {kIdOpenMonitor, {344, 6, 142, 32}}, {kIdOpenLog, {498, 6, 82, 32}},
+    {kIdStatus, {586, 6, 82, 32}},
+};
+
+}  // namespace
+
+HWND MainWindow::open() {
+  registerClass(kClassName);
+  return create(std::make_shared<MainWindow>(), kClassName, L"Quillgate PRO v1.1", kStyle,
+                {CW_USEDEFAULT, CW_USEDEFAULT, 696, 90}, nullptr);
+}
+
+LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      onCreate();
+      return 0;
+    case WM_SIZE:
+      onSize();
+      return 0;
+    case WM_COMMAND:
+      onCommand(LOWORD(wParam));
+      return 0;
+    case WM_CLOSE:
+      DestroyWindow(handle());
+      return 0;
+    case WM_DESTROY:
+      onDestroy();
+      return 0;
+    default:
+      return defaultResult(message, wParam, lParam);
+  }
+}
+
+void MainWindow::createIndicator() {
+  registerClass(StatusIndicator::kClassName);
+  uiState().indicator =
+      create(std::make_shared<StatusIndicator>(sharedState().server), StatusIndicator::kClassName,
+             L"", WS_CHILD | WS_VISIBLE, kFirstIndicatorPlace, handle());
+  SendMessageW(uiState().indicator, WM_SETFONT, reinterpret_cast<WPARAM>(uiState().uiFont), TRUE);
+}
+
+void MainWindow::onCreate() {
+  createIndicator();
+  createControls(handle(), kButtons);
+  // The caption stays "Stop server" here, because the main window's handle is not known yet; the
+  // start-up repeats this when it has started the server.
+  showRunningState();
+}
+
+void MainWindow::onSize() {
+  placeControl(uiState().indicator, kIndicatorPlace);
+  placeControls(handle(), kLayout);
+  layoutStatusPanel();
+}
+
+void MainWindow::onCommand(int id) {
+  switch (id) {
+    case kIdStartStop:
+      onStartStop();
+      break;
+    case kIdStatus:
+      toggleStatusPanel();
+      refreshStatusPanel();
+      break;
+    default:
+      break;
+  }
+}
+
+void MainWindow::onStartStop() {
+  ForwardingServer& server = sharedState().server;
+  if (server.isRunning()) {
+    server.stop();
+  } else {
+    server.start();
+  }
+  showRunningState();
+  refreshStatusPanel();
+}
+
+void MainWindow::onDestroy() {
+  sharedState().server.stop();
+  DeleteObject(uiState().whiteBrush);
+  uiState().whiteBrush = nullptr;
+  PostQuitMessage(0);
+}
+
+void showRunningState() {
+  const std::wstring caption(startStopCaption(sharedState().server.isRunning()));
+  SetDlgItemTextW(uiState().mainWindow, kIdStartStop, caption.c_str());
+  if (uiState().indicator != nullptr) InvalidateRect(uiState().indicator, nullptr, TRUE);
+}
+
+}  // namespace quillgate

@@ -1,0 +1,75 @@
+#include "ui/win32/status_panel.h"
+
+#include "ui/status_report.h"
+#include "ui/win32/control_ids.h"
+#include "ui/win32/ui_state.h"
+#include "ui/win32/window.h"
+
+namespace quillgate {
+
+namespace {
+
+// By how much the main window grows for the panel.
+constexpr int kPanelGrowth = 430;
+
+Rectangle panelRectangle() {
+  const Rectangle client = clientRectangle(uiState().mainWindow);
+  return {10, 60, client.width - 20, client.height - 70};
+}
+
+HWND createPanel() {
+  return createControl(
+      uiState().mainWindow,
+      {kIdStatusText, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
+       WS_EX_CLIENTEDGE, panelRectangle()});
+}
+
+void growMainWindow(int pixels) {
+  const HWND window = uiState().mainWindow;
+  RECT outer{};
+  GetWindowRect(window, &outer);
+  SetWindowPos(window, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top + pixels,
+               SWP_NOMOVE | SWP_NOZORDER);
+}
+
+// The flag changes first: growing sends a size change that already places an existing panel.
+void foldOut() {
+  UiState& ui = uiState();
+  ui.statusPanelVisible = true;
+  growMainWindow(kPanelGrowth);
+  if (ui.statusPanel == nullptr) {
+    ui.statusPanel = createPanel();
+  } else {
+    ShowWindow(ui.statusPanel, SW_SHOW);
+  }
+  refreshStatusPanel();
+}
+
+void foldIn() {
+  UiState& ui = uiState();
+  ui.statusPanelVisible = false;
+  if (ui.statusPanel != nullptr) ShowWindow(ui.statusPanel, SW_HIDE);
+  growMainWindow(-kPanelGrowth);
+}
+
+}  // namespace
+
+void toggleStatusPanel() {
+  if (uiState().statusPanelVisible) {
+    foldIn();
+  } else {
+    foldOut();
+  }
+}
+
+void refreshStatusPanel() {
+  const UiState& ui = uiState();
+  if (!ui.statusPanelVisible || ui.statusPanel == nullptr) return;
+  SetWindowTextW(ui.statusPanel, buildStatusReport(sharedState()).c_str());
+}
+
+void layoutStatusPanel() {
+  if (uiState().statusPanelVisible) placeControl(uiState().statusPanel, panelRectangle());
+}
+
+}  // namespace quillgate

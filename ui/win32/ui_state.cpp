@@ -1,0 +1,42 @@
+#include "ui/win32/ui_state.h"
+
+#include <type_traits>
+
+#include "ui/win32/control_ids.h"
+
+namespace quillgate {
+
+namespace {
+
+// Wakes a window by posting it a message. A window that has just gone is no error: the window's
+// handle is checked, and posting to one that goes in between fails.
+class WindowNotifier final : public UiNotifier {
+ public:
+  void linesWait() noexcept override { post(uiState().logWindow, kLogNewLineMessage); }
+
+  bool recordsWatched() const noexcept override { return IsWindow(uiState().monitorWindow) != 0; }
+
+  bool recordsWait() noexcept override {
+    return post(uiState().monitorWindow, kMonitorRefreshMessage);
+  }
+
+ private:
+  static bool post(HWND window, UINT message) noexcept {
+    return IsWindow(window) != 0 && PostMessageW(window, message, 0, 0) != 0;
+  }
+};
+
+}  // namespace
+
+UiState& uiState() {
+  static_assert(std::is_trivially_destructible_v<UiState>, "workers read it to the very end");
+  static constinit UiState state;
+  return state;
+}
+
+SharedState& sharedState() {
+  static SharedState& state = *new SharedState(*new WindowNotifier);
+  return state;
+}
+
+}  // namespace quillgate

@@ -1,0 +1,96 @@
+// The common ground of the program's windows: one class per window, one window procedure that finds
+// the object and hands it the message, and controls that are created and placed from tables.
+//
+// UI thread only.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <span>
+
+namespace quillgate {
+
+// Paints the system's window colour, as a class's background and for FillRect.
+inline const HBRUSH kWindowColorBrush = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_WINDOW + 1});
+
+// Pixels of the parent's client area, or of the screen for a top-level window.
+struct Rectangle {
+  int x;
+  int y;
+  int width;
+  int height;
+};
+
+// A child control. Every control is a visible child besides what `style` says.
+struct ControlRow {
+  int id;
+  const wchar_t* windowClass;
+  const wchar_t* text;
+  DWORD style;
+  DWORD exStyle;
+  Rectangle rectangle;
+};
+
+// Where the control with this id goes.
+struct Placement {
+  int id;
+  Rectangle rectangle;
+};
+
+class Window {
+ public:
+  virtual ~Window() = default;
+  Window(const Window&) = delete;
+  Window& operator=(const Window&) = delete;
+
+  // Registers a window class with the attributes that all classes of the program share. Registering
+  // a class a second time changes nothing.
+  static void registerClass(const wchar_t* className);
+
+  // Creates the window of a registered class that `object` handles; `parent` is its owner when
+  // `style` is not a child's. The window keeps the object until it is destroyed. Null when the
+  // system refuses.
+  static HWND create(std::shared_ptr<Window> object, const wchar_t* className, const wchar_t* title,
+                     DWORD style, const Rectangle& rectangle, HWND parent);
+
+ protected:
+  Window() = default;
+
+  // Null once the window is destroyed.
+  [[nodiscard]] HWND handle() const { return handle_; }
+
+  // Handles one message; whatever the window does not handle goes to defaultResult().
+  virtual LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) = 0;
+
+  LRESULT defaultResult(UINT message, WPARAM wParam, LPARAM lParam) const {
+    return DefWindowProcW(handle_, message, wParam, lParam);
+  }
+
+ private:
+  // An exception that reaches the window procedure is a programming error and ends the process.
+  static LRESULT CALLBACK procedure(HWND handle, UINT message, WPARAM wParam,
+                                    LPARAM lParam) noexcept;
+
+  HWND handle_ = nullptr;
+  // A handler may be on the stack while its window is destroyed, below a modal dialog for example:
+  // the object goes only when the last handler has returned.
+  std::shared_ptr<Window> self_;
+};
+
+// Creates one control in the program's font; null when the system refuses.
+HWND createControl(HWND parent, const ControlRow& row);
+
+// Creates the controls in the order of the table.
+void createControls(HWND parent, std::span<const ControlRow> rows);
+
+// Moves and sizes a control without changing what is in front of what; a null handle is skipped.
+void placeControl(HWND control, const Rectangle& rectangle);
+
+// Places the children of `parent`; ids that it does not have are skipped.
+void placeControls(HWND parent, std::span<const Placement> placements);
+
+// Width and height of the client area, at (0, 0).
+[[nodiscard]] Rectangle clientRectangle(HWND window);
+
+}  // namespace quillgate
