@@ -1,0 +1,16 @@
+#include "ui/log_view.h"
+
+#include <algorithm>
+
+namespace quillgate {
+
+bool followsEnd(const ListPosition& position) {
+  if (position.count <= 0) return true;
+  const int rows =
+      position.itemHeight > 0 ? std::max(position.clientHeight / position.itemHeight, 1) : 0;
+  return position.topIndex + rows >= position.count - 1;
+}
+
+int surplusLines(int count) { return std::max(count - static_cast<int>(kLogViewMaxLines), 0); }
+
+}  // namespace quillgate

@@ -1,0 +1,26 @@
+// What the log window decides, without a toolkit. Pure; UI thread.
+#pragma once
+
+#include <cstddef>
+
+namespace quillgate {
+
+// Most lines the log window shows.
+inline constexpr std::size_t kLogViewMaxLines = 500;
+
+// How a list of lines stands at one moment.
+struct ListPosition {
+  int count;         // lines in the list
+  int topIndex;      // first visible line
+  int clientHeight;  // pixels there are for lines
+  int itemHeight;    // pixels of one line
+};
+
+// Whether the reader stands at the end of the list, within one line, so that it shall go on showing
+// the newest line. Asked before lines are added.
+[[nodiscard]] bool followsEnd(const ListPosition& position);
+
+// How many of the oldest lines have to go from a list of `count`.
+[[nodiscard]] int surplusLines(int count);
+
+}  // namespace quillgate

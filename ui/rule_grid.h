@@ -1,0 +1,31 @@
+// How the rule editor shows a rule in the controls of one row, and what it makes of them when it
+// reads them back. Pure; UI thread.
+#pragma once
+
+#include <string>
+
+#include "forwarding/forward_rule.h"
+
+namespace quillgate {
+
+// The content of one row. Every text is possible in its fields.
+struct RuleRow {
+  bool enabled = false;
+  Protocol proto = Protocol::tcp;
+  std::wstring localPort{};
+  std::wstring targetIp{};
+  std::wstring targetPort{};
+
+  bool operator==(const RuleRow&) const = default;
+};
+
+// What the protocol list offers, by its index.
+inline constexpr const wchar_t* kProtocolNames[] = {L"TCP", L"UDP"};
+
+// A protocol that is neither is shown as UDP.
+[[nodiscard]] RuleRow rowFrom(const ForwardRule& rule);
+
+// Nothing is rejected: texts that are no port become one, an empty target becomes "127.0.0.1".
+[[nodiscard]] ForwardRule ruleFrom(const RuleRow& row);
+
+}  // namespace quillgate
