@@ -11,7 +11,7 @@ namespace quillgate {
 
 RecordList::SharedBlock TrafficMonitor::ShownList::append(SharedRecord record) {
   RecordList::SharedBlock trimmed = records.append(std::move(record));
-  if (trimmed) shown -= std::min<std::uint64_t>(shown, kTrimRecords);
+  if (trimmed) shown -= std::min(shown, kTrimRecords);
   return trimmed;
 }
 
@@ -40,8 +40,8 @@ void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) 
   RecordList::SharedBlock trimmedOfRule;
 
   const std::lock_guard lock(lock_);
-  if (ruleIndex < byRule_.size()) trimmedOfRule = byRule_[ruleIndex].append(record);
-  trimmedOfAll = all_.append(std::move(record));
+  if (ruleIndex < kRuleCount) trimmedOfRule = lists_[1 + ruleIndex].append(record);
+  trimmedOfAll = lists_[0].append(std::move(record));
 }
 
 void TrafficMonitor::notify() {
@@ -53,18 +53,20 @@ void TrafficMonitor::notify() {
 }
 
 void TrafficMonitor::clearAll() {
-  std::array<ShownList, kRuleCount> byRule;
-  ShownList all;
-
+  decltype(lists_) cleared;  // destroyed when nobody waits any more
   const std::lock_guard lock(lock_);
-  std::swap(all, all_);
-  std::swap(byRule, byRule_);
+  std::swap(cleared, lists_);
 }
 
 RecordList::Snapshot TrafficMonitor::snapshot(std::int32_t filterValue) const {
   const std::lock_guard lock(lock_);
-  return filterValue < 0 ? all_.records.snapshot()
-                         : byRule_[static_cast<std::size_t>(filterValue)].records.snapshot();
+  return lists_[listIndex(filterValue)].records.snapshot();
+}
+
+TrafficMonitor::RecordsToShow TrafficMonitor::takeForView(std::int32_t filterValue) {
+  const std::lock_guard lock(lock_);
+  ShownList& list = lists_[listIndex(filterValue)];
+  return {list.records.snapshot(), std::exchange(list.shown, list.records.size())};
 }
 
 }  // namespace quillgate

@@ -54,22 +54,32 @@ class TrafficMonitor {
   // The records of the list that `filterValue` chooses, all of them for a negative value.
   [[nodiscard]] RecordList::Snapshot snapshot(std::int32_t filterValue) const;
 
+  // The same, and the index of the first record that no earlier call for that list has handed out.
+  struct RecordsToShow {
+    RecordList::Snapshot records;
+    std::size_t firstNew = 0;
+  };
+  [[nodiscard]] RecordsToShow takeForView(std::int32_t filterValue);
+
  private:
-  // A list and how many of its records the view has rendered already.
+  // A list and how many of its records the view has been given already.
   struct ShownList {
     RecordList records;
-    std::uint64_t shown = 0;
+    std::size_t shown = 0;
 
     [[nodiscard]] RecordList::SharedBlock append(SharedRecord record);
   };
 
+  // The place in `lists_` of the list that a filter value chooses.
+  [[nodiscard]] static std::size_t listIndex(std::int32_t filterValue) {
+    return filterValue < 0 ? 0 : 1 + static_cast<std::size_t>(filterValue);
+  }
   void appendRecord(std::uint32_t ruleIndex, SharedRecord record);
   void notify();
 
   UiNotifier& notifier_;
-  mutable std::mutex lock_;  // guards the lists and the shown-counters
-  ShownList all_;
-  std::array<ShownList, kRuleCount> byRule_;
+  mutable std::mutex lock_;                      // guards the lists and the shown-counters
+  std::array<ShownList, 1 + kRuleCount> lists_;  // all records, then those of each rule
 };
 
 }  // namespace quillgate

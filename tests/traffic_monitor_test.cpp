@@ -1,0 +1,319 @@
+#include "monitor/traffic_monitor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "core/time_stamp.h"
+#include "tests/support/test_engine.h"
+
+namespace quillgate {
+namespace {
+
+using test::FakeNotifier;
+
+constexpr std::wstring_view kHeader = L"[UDP] C->S  ";
+
+std::vector<std::byte> countingBytes(std::size_t size) {
+  std::vector<std::byte> bytes(size);
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::byte>(i % 251);
+  return bytes;
+}
+
+class TrafficMonitorTest : public testing::Test {
+ protected:
+  void captureEvents(std::uint32_t ruleIndex, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) monitor.captureEvent(ruleIndex, L"event");
+  }
+  [[nodiscard]] std::size_t sizeOf(std::int32_t filter) const {
+    return monitor.snapshot(filter).size();
+  }
+
+  FakeNotifier notifier;
+  TrafficMonitor monitor{notifier};
+};
+
+TEST_F(TrafficMonitorTest, StartsOffEmptyAndInAscii) {
+  EXPECT_FALSE(monitor.captureOn);
+  EXPECT_EQ(monitor.filter, -2);
+  EXPECT_EQ(monitor.asciiMode, 1);
+  EXPECT_EQ(monitor.refreshPending, 0);
+  for (std::int32_t filter = -2; filter <= 9; ++filter) EXPECT_EQ(sizeOf(filter), 0U);
+}
+
+TEST_F(TrafficMonitorTest, ChangesAndPostsNothingWhileCapturingIsOff) {
+  notifier.watched = true;
+  monitor.captureEvent(0, L"event");
+  monitor.capturePayload(0, kHeader, countingBytes(10));
+  EXPECT_EQ(sizeOf(kFilterAll), 0U);
+  EXPECT_EQ(sizeOf(0), 0U);
+  EXPECT_EQ(notifier.recordNotices, 0);
+  EXPECT_EQ(monitor.refreshPending, 0);
+}
+
+TEST_F(TrafficMonitorTest, RecordsAnEventWithoutAPayload) {
+  monitor.captureOn = true;
+  monitor.captureEvent(3, L"[UDP] New client");
+  const auto records = monitor.snapshot(kFilterAll);
+  ASSERT_EQ(records.size(), 1U);
+  EXPECT_EQ(records[0].text, L"[UDP] New client");
+  EXPECT_TRUE(records[0].payload.empty());
+}
+
+TEST_F(TrafficMonitorTest, StampsEachRecordWithTheLocalTime) {
+  monitor.captureOn = true;
+  const std::wstring before = formatTimeStamp(platform::localTime());
+  monitor.captureEvent(0, L"event");
+  const std::wstring after = formatTimeStamp(platform::localTime());
+  const std::wstring stamp = monitor.snapshot(kFilterAll)[0].timestamp;
+  EXPECT_EQ(stamp.size(), kTimeStampLength);
+  EXPECT_LE(before, stamp);
+  EXPECT_LE(stamp, after);
+}
+
+TEST_F(TrafficMonitorTest, KeepsAPayloadOf4096BytesWhole) {
+  monitor.captureOn = true;
+  const auto payload = countingBytes(4096);
+  monitor.capturePayload(0, kHeader, payload);
+  const auto records = monitor.snapshot(kFilterAll);
+  EXPECT_EQ(records[0].payload, payload);
+  EXPECT_EQ(records[0].text, L"[UDP] C->S  ");
+}
+
+TEST_F(TrafficMonitorTest, CutsAPayloadOf4097BytesAndSaysSoRightAfterTheHeader) {
+  monitor.captureOn = true;
+  monitor.capturePayload(0, kHeader, countingBytes(4097));
+  const auto records = monitor.snapshot(kFilterAll);
+  EXPECT_EQ(records[0].payload, countingBytes(4096));
+  EXPECT_EQ(records[0].text, L"[UDP] C->S  (truncated)");
+}
+
+TEST_F(TrafficMonitorTest, RecordsAnEmptyPayloadLikeAnEvent) {
+  monitor.captureOn = true;
+  monitor.capturePayload(0, kHeader, {});
+  const auto records = monitor.snapshot(kFilterAll);
+  ASSERT_EQ(records.size(), 1U);
+  EXPECT_EQ(records[0].text, L"[UDP] C->S  ");
+  EXPECT_TRUE(records[0].payload.empty());
+}
+
+TEST_F(TrafficMonitorTest, FilesARecordUnderItsRuleAndUnderAll) {
+  monitor.captureOn = true;
+  monitor.filter = 7;  // what is shown does not matter to what is kept
+  for (std::uint32_t rule = 0; rule < 10; ++rule) captureEvents(rule, rule + 1);
+  for (std::int32_t rule = 0; rule < 10; ++rule) {
+    EXPECT_EQ(sizeOf(rule), static_cast<std::size_t>(rule) + 1);
+  }
+  EXPECT_EQ(sizeOf(kFilterAll), 55U);
+  EXPECT_EQ(sizeOf(kFilterOff), 55U);
+}
+
+TEST_F(TrafficMonitorTest, FilesARecordOfNoRuleOnlyUnderAll) {
+  monitor.captureOn = true;
+  for (const std::uint32_t index : {10U, 11U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    monitor.captureEvent(index, L"event");
+    monitor.capturePayload(index, kHeader, countingBytes(1));
+  }
+  EXPECT_EQ(sizeOf(kFilterAll), 8U);
+  for (std::int32_t rule = 0; rule < 10; ++rule) EXPECT_EQ(sizeOf(rule), 0U);
+}
+
+TEST_F(TrafficMonitorTest, BringsAllRecordsDownTo45001WithThe50001st) {
+  monitor.captureOn = true;
+  for (int i = 1; i <= 50001; ++i) monitor.captureEvent(10, std::to_wstring(i));
+  const auto records = monitor.snapshot(kFilterAll);
+  ASSERT_EQ(records.size(), 45001U);
+  EXPECT_EQ(records[0].text, L"5001");
+  EXPECT_EQ(records[45000].text, L"50001");
+}
+
+TEST_F(TrafficMonitorTest, TrimsARulesListByItself) {
+  monitor.captureOn = true;
+  captureEvents(4, 30000);
+  captureEvents(5, 20001);
+  EXPECT_EQ(sizeOf(kFilterAll), 45001U);
+  EXPECT_EQ(sizeOf(4), 30000U);
+  captureEvents(4, 20001);
+  EXPECT_EQ(sizeOf(4), 45001U);
+  EXPECT_EQ(sizeOf(5), 20001U);
+}
+
+TEST_F(TrafficMonitorTest, HandsOutEachRecordAsNewOncePerList) {
+  monitor.captureOn = true;
+  captureEvents(2, 3);
+  EXPECT_EQ(monitor.takeForView(kFilterAll).firstNew, 0U);
+  EXPECT_EQ(monitor.takeForView(kFilterAll).firstNew, 3U);
+  captureEvents(2, 2);
+  const auto all = monitor.takeForView(kFilterAll);
+  EXPECT_EQ(all.firstNew, 3U);
+  EXPECT_EQ(all.records.size(), 5U);
+  const auto ofRule = monitor.takeForView(2);
+  EXPECT_EQ(ofRule.firstNew, 0U);
+  EXPECT_EQ(ofRule.records.size(), 5U);
+}
+
+TEST_F(TrafficMonitorTest, LowersTheShownCounterByWhatATrimDrops) {
+  monitor.captureOn = true;
+  captureEvents(6, 50000);
+  EXPECT_EQ(monitor.takeForView(kFilterAll).records.size(), 50000U);
+  EXPECT_EQ(monitor.takeForView(6).records.size(), 50000U);
+  captureEvents(6, 1);
+  for (const std::int32_t filter : {kFilterAll, 6}) {
+    const auto toShow = monitor.takeForView(filter);
+    EXPECT_EQ(toShow.firstNew, 45000U);
+    EXPECT_EQ(toShow.records.size(), 45001U);
+  }
+}
+
+TEST_F(TrafficMonitorTest, LowersTheShownCounterToNoLessThanZero) {
+  monitor.captureOn = true;
+  captureEvents(6, 3000);
+  EXPECT_EQ(monitor.takeForView(kFilterAll).records.size(), 3000U);
+  EXPECT_EQ(monitor.takeForView(6).records.size(), 3000U);
+  captureEvents(6, 47001);
+  for (const std::int32_t filter : {kFilterAll, 6}) {
+    const auto toShow = monitor.takeForView(filter);
+    EXPECT_EQ(toShow.firstNew, 0U);
+    EXPECT_EQ(toShow.records.size(), 45001U);
+  }
+}
+
+TEST_F(TrafficMonitorTest, ForgetsRecordsAndShownCountersWhenCleared) {
+  monitor.captureOn = true;
+  captureEvents(1, 5);
+  static_cast<void>(monitor.takeForView(kFilterAll));
+  static_cast<void>(monitor.takeForView(1));
+
+  monitor.clearAll();
+
+  for (std::int32_t filter = -2; filter <= 9; ++filter) EXPECT_EQ(sizeOf(filter), 0U);
+  EXPECT_TRUE(monitor.captureOn);
+  captureEvents(1, 2);
+  for (const std::int32_t filter : {kFilterAll, 1}) {
+    const auto toShow = monitor.takeForView(filter);
+    EXPECT_EQ(toShow.firstNew, 0U);
+    EXPECT_EQ(toShow.records.size(), 2U);
+  }
+}
+
+TEST_F(TrafficMonitorTest, KeepsCapturingWithoutNoticesWhileNobodyWatches) {
+  monitor.captureOn = true;
+  captureEvents(0, 2);
+  EXPECT_EQ(sizeOf(kFilterAll), 2U);
+  EXPECT_EQ(notifier.recordNotices, 0);
+  EXPECT_EQ(monitor.refreshPending, 0);
+}
+
+TEST_F(TrafficMonitorTest, PostsOneNoticeForManyCaptures) {
+  monitor.captureOn = true;
+  notifier.watched = true;
+  monitor.captureEvent(0, L"event");
+  monitor.capturePayload(0, kHeader, countingBytes(1));
+  captureEvents(0, 100);
+  EXPECT_EQ(notifier.recordNotices, 1);
+  EXPECT_EQ(monitor.refreshPending, 1);
+
+  monitor.refreshPending = 0;  // the refresh begins
+  captureEvents(0, 2);
+  EXPECT_EQ(notifier.recordNotices, 2);
+}
+
+TEST_F(TrafficMonitorTest, AsksAgainAfterANoticeThatWasNotDelivered) {
+  monitor.captureOn = true;
+  notifier.watched = true;
+  notifier.delivers = false;
+  captureEvents(0, 1);
+  EXPECT_EQ(notifier.recordNotices, 1);
+  EXPECT_EQ(monitor.refreshPending, 0);
+
+  notifier.delivers = true;
+  captureEvents(0, 2);
+  EXPECT_EQ(notifier.recordNotices, 2);
+  EXPECT_EQ(monitor.refreshPending, 1);
+}
+
+// Takes what is new until the writers are done; counts it and checks the order per writer.
+class Reader {
+ public:
+  explicit Reader(TrafficMonitor& monitor) : monitor_(monitor) {}
+
+  void takeNew(std::int32_t filter) {
+    const auto toShow = monitor_.takeForView(filter);
+    ASSERT_LE(toShow.firstNew, toShow.records.size());
+    for (std::size_t i = toShow.firstNew; i < toShow.records.size(); ++i) {
+      ASSERT_EQ(toShow.records[i].text.substr(0, kHeader.size()), kHeader);
+      ASSERT_EQ(toShow.records[i].payload.size(), 100U);
+      ++taken_;
+    }
+  }
+  [[nodiscard]] std::size_t taken() const { return taken_; }
+
+ private:
+  TrafficMonitor& monitor_;
+  std::size_t taken_ = 0;
+};
+
+TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
+  constexpr std::size_t kWriters = 4;
+  constexpr std::size_t kRecordsOfEach = 10000;
+  monitor.captureOn = true;
+  notifier.watched = true;
+  std::atomic<std::size_t> writing{kWriters};
+  std::vector<std::jthread> writers;
+  for (std::uint32_t writer = 0; writer < kWriters; ++writer) {
+    writers.emplace_back([&, writer] {
+      const auto payload = countingBytes(100);
+      for (std::size_t i = 0; i < kRecordsOfEach; ++i) {
+        monitor.capturePayload(writer, kHeader, payload);
+      }
+      --writing;
+    });
+  }
+  Reader all(monitor);
+  Reader ofRule(monitor);
+  while (writing > 0) {
+    monitor.refreshPending = 0;
+    all.takeNew(kFilterAll);
+    ofRule.takeNew(2);
+  }
+  writers.clear();  // waits for them
+  all.takeNew(kFilterAll);
+  ofRule.takeNew(2);
+  EXPECT_EQ(all.taken(), kWriters * kRecordsOfEach);
+  EXPECT_EQ(ofRule.taken(), kRecordsOfEach);
+  EXPECT_GE(notifier.recordNotices, 1);
+}
+
+TEST_F(TrafficMonitorTest, StaysWholeWhileItIsFilledTrimmedReadAndCleared) {
+  constexpr std::size_t kWriters = 3;
+  constexpr std::size_t kRecordsOfEach = 40000;
+  monitor.captureOn = true;
+  std::atomic<std::size_t> writing{kWriters};
+  std::vector<std::jthread> writers;
+  for (std::uint32_t writer = 0; writer < kWriters; ++writer) {
+    writers.emplace_back([&, writer] {
+      for (std::size_t i = 0; i < kRecordsOfEach; ++i) {
+        monitor.captureEvent(writer, std::to_wstring(writer));
+      }
+      --writing;
+    });
+  }
+  std::size_t largest = 0;
+  for (int round = 0; writing > 0; ++round) {
+    const auto records = monitor.snapshot(1);
+    largest = std::max({largest, records.size(), sizeOf(kFilterAll)});
+    for (std::size_t i = 0; i < records.size(); ++i) ASSERT_EQ(records[i].text, L"1");
+    if (round % 64 == 63) monitor.clearAll();
+  }
+  writers.clear();  // waits for them
+  EXPECT_LE(largest, 50000U);
+}
+
+}  // namespace
+}  // namespace quillgate
