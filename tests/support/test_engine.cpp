@@ -1,7 +1,6 @@
 #include "tests/support/test_engine.h"
 
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 #include "core/time_stamp.h"
@@ -19,15 +18,6 @@ T& immortal(Args&... args) {
 }
 
 }  // namespace
-
-bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
-}
 
 TestEngine::TestEngine()
     : notifier_(immortal<FakeNotifier>()), state_(immortal<SharedState>(notifier_)) {}

@@ -3,23 +3,15 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "core/ui_notifier.h"
 #include "engine/shared_state.h"
+#include "tests/support/deadline.h"
 
 namespace quillgate::test {
-
-// How long a test waits for something that must happen, before it fails.
-inline constexpr std::chrono::seconds kDeadline{20};
-
-// Calls `condition` again and again until it holds; false when the deadline has passed.
-[[nodiscard]] bool eventually(const std::function<bool()>& condition,
-                              std::chrono::milliseconds deadline = kDeadline);
 
 // Counts what it is told.
 class FakeNotifier final : public UiNotifier {

@@ -1,0 +1,16 @@
+// Waiting in tests: never for a time, always for something that must happen before a deadline.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace quillgate::test {
+
+// How long a test waits for something that must happen, before it fails.
+inline constexpr std::chrono::seconds kDeadline{20};
+
+// Calls `condition` again and again until it holds; false when the deadline has passed.
+[[nodiscard]] bool eventually(const std::function<bool()>& condition,
+                              std::chrono::milliseconds deadline = kDeadline);
+
+}  // namespace quillgate::test

@@ -1,0 +1,58 @@
+#include "tests/support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "platform/system.h"
+
+namespace quillgate::test {
+
+namespace fs = std::filesystem;
+
+TempFolder::TempFolder() {
+  const fs::path base = fs::canonical(fs::temp_directory_path());
+  std::random_device random;
+  fs::path folder;
+  do {
+    folder = base / ("quillgate-test-" + std::to_string(random()));
+  } while (!fs::create_directory(folder));
+  path_ = folder.wstring();
+}
+
+TempFolder::~TempFolder() {
+  std::error_code error;
+  fs::remove_all(path_, error);
+  EXPECT_FALSE(error) << error.message();
+}
+
+std::wstring TempFolder::file(const std::wstring& name) const {
+  return path_ + platform::kPathSeparator + name;
+}
+
+std::vector<std::wstring> TempFolder::names() const {
+  std::vector<std::wstring> found;
+  for (const auto& entry : fs::directory_iterator(path_)) {
+    found.push_back(entry.path().filename().wstring());
+  }
+  std::ranges::sort(found);
+  return found;
+}
+
+std::optional<std::string> contentOf(const std::wstring& path) {
+  std::ifstream file(fs::path(path), std::ios::binary);
+  if (!file) return std::nullopt;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void writeFile(const std::wstring& path, std::string_view content) {
+  std::ofstream file(fs::path(path), std::ios::binary | std::ios::trunc);
+  file << content << std::flush;
+  ASSERT_TRUE(file) << fs::path(path);
+}
+
+}  // namespace quillgate::test

@@ -1,0 +1,35 @@
+// The part of tests/support/test_sockets.h that needs the system's own calls.
+#include <gtest/gtest.h>
+#include <winsock2.h>
+
+#include "tests/support/test_sockets.h"
+
+namespace quillgate::test {
+
+using platform::Socket;
+using platform::SocketAddress;
+
+std::uint16_t localPort(const Socket& socket) {
+  SocketAddress address;
+  int length = platform::kAddressStorageBytes;
+  EXPECT_EQ(
+      ::getsockname(socket.native(), reinterpret_cast<sockaddr*>(address.bytes.data()), &length),
+      0);
+  return portOf(address);
+}
+
+bool bindTo(const Socket& socket, const SocketAddress& address) {
+  return ::bind(socket.native(), reinterpret_cast<const sockaddr*>(address.bytes.data()),
+                address.length) == 0;
+}
+
+void closeSendingSide(const Socket& socket) { EXPECT_EQ(::shutdown(socket.native(), SD_SEND), 0); }
+
+void resetConnection(Socket socket) {
+  const linger atOnce{.l_onoff = 1, .l_linger = 0};
+  EXPECT_EQ(::setsockopt(socket.native(), SOL_SOCKET, SO_LINGER,
+                         reinterpret_cast<const char*>(&atOnce), sizeof(atOnce)),
+            0);
+}
+
+}  // namespace quillgate::test
