@@ -7,35 +7,26 @@
 # process of the session is shown and never ends with 0.
 set -euo pipefail
 
-build=$(realpath "$(dirname "$0")/..")/build
-mkdir -p "$build"
-export WINEPREFIX=$build/wine-test
-# shellcheck source=wine_prefix.sh
+WINEPREFIX=$(realpath "$(dirname "$0")/..")/build/wine-test
+export WINEPREFIX
+mkdir -p "$WINEPREFIX"
 source "$(dirname "$0")/wine_prefix.sh"
 
-# A crash report replaces the debugger that would wait on the display for somebody. Without a window
-# manager, every window that wine wants one to manage waits two seconds when it is hidden.
-settings='Windows Registry Editor Version 5.00
-
+# The debugger writes what it finds about a crash into a file.
+crashes=$WINEPREFIX/drive_c/crashes.txt
+crashSettings='
 [HKEY_LOCAL_MACHINE\Software\Microsoft\Windows NT\CurrentVersion\AeDebug]
 "Auto"="1"
 "Debugger"="C:\\windows\\system32\\cmd.exe /c \"C:\\windows\\system32\\winedbg.exe --auto %ld %ld >>C:\\crashes.txt 2>&1\""
+'
 
-[HKEY_CURRENT_USER\Software\Wine\WineDbg]
-"ShowCrashDialog"=dword:00000000
-
-[HKEY_CURRENT_USER\Software\Wine\X11 Driver]
-"Managed"="N"'
-
-# $WINEPREFIX is ours alone from here on.
 runInSession() {
-  "$wineserver" --kill || true  # of a run that was ended by force
-  trap '"$wineserver" --kill' EXIT
+  endSession  # of a run that was ended by force
+  trap endSession EXIT
   trap 'exit 130' INT TERM HUP
 
-  local crashes=$WINEPREFIX/drive_c/crashes.txt
-  startVirtualDisplay "$WINEPREFIX.xvfb"
-  prepareWinePrefix "$settings"
+  startVirtualDisplay
+  prepareWinePrefix "$crashSettings$unmanagedWindows"
   runDetached wineboot
   rm -f "$crashes"
 
@@ -51,6 +42,6 @@ runInSession() {
   return "$code"
 }
 
-exec 9>"$WINEPREFIX.lock"
+exec 9>"$WINEPREFIX/lock"
 flock 9
 runInSession "$@" 9>&-  # nothing in the session holds the lock

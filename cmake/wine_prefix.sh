@@ -1,5 +1,6 @@
 # shellcheck shell=bash
-# Wine prefixes and virtual displays, for the scripts that run Windows programs. Sourced.
+# What the scripts that run Windows programs share: the prefix in the folder $WINEPREFIX and virtual
+# displays. Sourced when wine is installed and the folder stands.
 
 # Prints the first of these programs that is installed.
 firstProgram() {
@@ -20,39 +21,77 @@ export WINEARCH=win64
 export WINEDLLOVERRIDES='mscoree=d;mshtml=d;winemenubuilder.exe=d'
 export WINEDEBUG=${WINEDEBUG:--all}
 
+# Of Debian's fonts, Open Sans comes closest to Segoe UI in form, width and line height. A crash is
+# written down: nobody may be there to see a box about it.
+commonSettings='Windows Registry Editor Version 5.00
+
+[HKEY_CURRENT_USER\Software\Wine\Fonts\Replacements]
+"Segoe UI"="Open Sans"
+
+[HKEY_CURRENT_USER\Software\Wine\WineDbg]
+"ShowCrashDialog"=dword:00000000
+'
+
+# Who draws the frames of windows and moves them: a window manager or wine. Without a window manager,
+# wine would wait two seconds for one whenever a window is hidden.
+# shellcheck disable=SC2034
+managedWindows='
+[HKEY_CURRENT_USER\Software\Wine\X11 Driver]
+"Managed"="Y"
+'
+# shellcheck disable=SC2034
+unmanagedWindows='
+[HKEY_CURRENT_USER\Software\Wine\X11 Driver]
+"Managed"="N"
+'
+
+# The font of the signs on the buttons of title bars. Debian's wine does not look where it lies.
+buttonSigns=/usr/share/wine/fonts/marlett.ttf
+
 # Runs a Windows program away from our streams: what wine starts first lives on in the background
 # and would hold a pipe open that a caller reads to its end.
-runDetached() { "$wine" "$@" </dev/null &>"$WINEPREFIX.log"; }
-
-# Makes sure that the prefix $WINEPREFIX stands and has the registry settings $1 (lines of a .reg
-# file). What is in the prefix stays; one that was left half-made is completed.
-prepareWinePrefix() {
-  local settings=$WINEPREFIX/settings.reg
-  if [[ -e $settings && $(<"$settings") == "$1" ]]; then return; fi
-
-  mkdir -p "$WINEPREFIX"
-  if [[ ! -e $settings ]]; then runDetached wineboot --update; fi
-  echo "$1" >"$settings.new"
-  runDetached regedit /S "$settings.new"
-  "$wineserver" --wait
-  mv "$settings.new" "$settings"
+runDetached() {
+  local log=$WINEPREFIX/wine.log
+  if ! "$wine" "$@" </dev/null &>"$log"; then
+    cat "$log" >&2
+    echo "wine could not run $*." >&2
+    return 1
+  fi
 }
 
-# Starts a display without a screen that ends with this process, and points DISPLAY at it. $1 is
-# the stem of two files: .display holds its number, .log what it complained about.
+# Ends whatever runs in the prefix.
+endSession() { "$wineserver" --kill || true; }  # it fails when nothing runs
+
+# Makes the prefix, unless it stands, and applies the common registry settings and those in $1,
+# unless they are in force. A prefix that was left half-made is completed.
+prepareWinePrefix() {
+  local settings=$commonSettings$1 applied=$WINEPREFIX/settings.reg
+  if [[ -e $applied ]] && cmp -s "$applied" - <<<"$settings"; then return; fi
+
+  if [[ ! -e $applied ]]; then runDetached wineboot --update; fi
+  cp "$buttonSigns" "$WINEPREFIX/drive_c/windows/Fonts"
+  cat >"$applied.new" <<<"$settings"
+  runDetached regedit /S "$applied.new"
+  "$wineserver" --wait
+  mv "$applied.new" "$applied"
+}
+
+# Starts a display without a screen that ends with this process, and points DISPLAY at it. Its
+# number is in $WINEPREFIX/display.
 startVirtualDisplay() {
-  rm -f "$1.display"
+  local display=$WINEPREFIX/display log=$WINEPREFIX/xvfb.log
+  rm -f "$display"
   setpriv --pdeathsig TERM Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset \
-    </dev/null >"$1.display" 2>"$1.log" &
+    </dev/null >"$display" 2>"$log" &
   local server=$!
-  until [[ -s $1.display ]]; do
+  until [[ -s $display ]]; do
     if ! kill -0 "$server" 2>/dev/null; then
-      cat "$1.log" >&2
-      echo 'Xvfb did not start.' >&2
+      cat "$log" >&2
+      echo 'The virtual display did not start.' >&2
       return 1
     fi
     sleep 0.05
   done
-  DISPLAY=:$(<"$1.display")
+  DISPLAY=:$(<"$display")
   export DISPLAY
 }
