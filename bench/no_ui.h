@@ -1,0 +1,15 @@
+// The front end of a program without windows: nobody watches, no news is delivered. Any thread.
+#pragma once
+
+#include "core/ui_notifier.h"
+
+namespace quillgate::bench {
+
+class NoUi final : public UiNotifier {
+ public:
+  void linesWait() noexcept override {}
+  bool recordsWatched() const noexcept override { return false; }
+  bool recordsWait() noexcept override { return false; }
+};
+
+}  // namespace quillgate::bench

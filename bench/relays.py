@@ -1,0 +1,308 @@
+"""The relays that relay_bench.py compares: how each is started, observed and stopped."""
+
+import contextlib
+import os
+import pathlib
+import resource
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+from dataclasses import dataclass
+from typing import Callable
+
+BUILD = pathlib.Path(__file__).resolve().parent.parent / "build" / "linux"
+HOST = BUILD / "relay_host"
+NGINX_STREAM_MODULE = pathlib.Path("/usr/lib/nginx/modules/ngx_stream_module.so")
+
+MAX_SESSIONS = 10_000
+WANTED_DESCRIPTORS = 65_536
+SPARE_DESCRIPTORS = 200
+PATIENCE_SECONDS = 10
+SETTLING_SECONDS = 1  # after which no process of a connection that has ended is left
+KIB = 2**10
+
+
+class Failed(Exception):
+    """A relay or a load did not do what it should; the text says what."""
+
+
+@dataclass(frozen=True)
+class Ports:
+    listen: int
+    target: int
+
+
+# --- Kinds of relays ---------------------------------------------------------------------------
+
+
+@dataclass(frozen=True)
+class Kind:
+    name: str
+    command: Callable  # writes what it needs into a folder; gives the arguments for some ports
+    needs: tuple = ()  # programs and files
+    package: str = ""
+    forks: bool = False  # a process for each session
+    capture: bool = False
+
+    def missing(self):
+        return [str(need) for need in self.needs if shutil.which(need) is None
+                and not os.path.exists(need)]
+
+
+def quillgate_command(folder, ports):
+    config = folder / "Quillgate" / "config.xml"
+    config.parent.mkdir()
+    config.write_text(
+        '<config><rules><rule id="1"><enabled>1</enabled><proto>tcp</proto>'
+        f"<localPort>{ports.listen}</localPort><targetIp>127.0.0.1</targetIp>"
+        f"<targetPort>{ports.target}</targetPort></rule></rules></config>"
+    )
+    return ["env", f"XDG_DATA_HOME={folder}", str(HOST)]
+
+
+def socat_command(folder, ports):
+    listen = f"TCP4-LISTEN:{ports.listen},bind=127.0.0.1,reuseaddr,fork,backlog=4096"
+    return ["socat", listen, f"TCP4:127.0.0.1:{ports.target}"]
+
+
+def haproxy_command(folder, ports):
+    config = folder / "haproxy.cfg"
+    config.write_text(
+        f"""global
+  maxconn {session_limit() + 50}
+defaults
+  mode tcp
+  timeout connect 5s
+  timeout client 1h
+  timeout server 1h
+listen relay
+  bind 127.0.0.1:{ports.listen} backlog 4096
+  server target 127.0.0.1:{ports.target}
+"""
+    )
+    return ["haproxy", "-db", "-f", str(config)]
+
+
+def nginx_command(folder, ports):
+    config = folder / "nginx.conf"
+    config.write_text(
+        f"""load_module {NGINX_STREAM_MODULE};
+daemon off;
+pid {folder}/nginx.pid;
+worker_processes auto;
+events {{ worker_connections 24000; }}
+stream {{
+  server {{
+    listen 127.0.0.1:{ports.listen} backlog=4096;
+    proxy_pass 127.0.0.1:{ports.target};
+    proxy_timeout 1h;
+  }}
+}}
+"""
+    )
+    return ["nginx", "-e", str(folder / "error.log"), "-p", str(folder), "-c", str(config)]
+
+
+OURS = Kind("quillgate", quillgate_command)
+CAPTURING = Kind("capture on", quillgate_command, capture=True)
+PEERS = (
+    Kind("socat", socat_command, ("socat",), "socat", forks=True),
+    Kind("haproxy", haproxy_command, ("haproxy",), "haproxy"),
+    Kind(
+        "nginx",
+        nginx_command,
+        ("nginx", NGINX_STREAM_MODULE),
+        "nginx-light and libnginx-mod-stream",
+    ),
+)
+
+
+# --- Running relays ----------------------------------------------------------------------------
+
+
+class Direct:
+    """Loopback without a relay."""
+
+    name = "direct"
+
+    def __init__(self, target_port):
+        self.ports = Ports(target_port, target_port)
+
+
+class Relay:
+    """A running relay: a process, and whatever it forks, in a session (see setsid) of its own."""
+
+    def __init__(self, kind, folder, ports):
+        self.name = kind.name
+        self.ports = ports
+        self._output_path = folder / "output"
+        with open(self._output_path, "wb") as output:
+            self._process = subprocess.Popen(
+                kind.command(folder, ports),
+                stdin=subprocess.DEVNULL,
+                stdout=output,
+                stderr=subprocess.STDOUT,
+                start_new_session=True,
+            )
+        try:
+            if kind.capture:
+                self._wait_for_output("ready")
+                self._process.send_signal(signal.SIGUSR1)
+                self._wait_for_output("capture on")
+            self._wait_until_relaying()
+        except BaseException:
+            self.stop()
+            raise
+        time.sleep(SETTLING_SECONDS)
+        self._settled = self._living()
+
+    def stop(self):
+        # The whole group: a forking relay's children outlive it.
+        for number in (signal.SIGTERM, signal.SIGKILL):
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(self._process.pid, number)
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                self._process.wait(timeout=5)
+
+    def check_alive(self):
+        status = self._process.poll()
+        if status is not None:
+            raise Failed(f"{self.name} ended with status {status}: {self._output()}")
+
+    def cpu_seconds(self):
+        """User and system time of all processes, those that have ended included."""
+        wait_until(
+            lambda: self._living() == self._settled, f"{self.name} keeps processes after a load"
+        )
+        # Their own and that of the children they waited for; the others stay visible as zombies.
+        ticks = sum(sum(map(int, stat[11:15])) for stat in self._stats().values())
+        return ticks / os.sysconf("SC_CLK_TCK")
+
+    def memory(self):
+        """Bytes in memory, with shared pages counted once, bytes of page tables, threads."""
+        resident = tables = threads = 0
+        for pid in self._living():
+            resident += proc_field(pid, "smaps_rollup", "Pss") * KIB
+            tables += proc_field(pid, "status", "VmPTE") * KIB
+            threads += proc_field(pid, "status", "Threads")
+        return resident, tables, threads
+
+    def _stats(self):
+        """The fields of /proc/PID/stat after the name, by the PIDs of the session."""
+        found = {}
+        for path in pathlib.Path("/proc").glob("[0-9]*/stat"):
+            with contextlib.suppress(OSError):
+                stat = path.read_text().rpartition(")")[2].split()
+                if int(stat[3]) == self._process.pid:
+                    found[int(path.parent.name)] = stat
+        return found
+
+    def _living(self):
+        return {pid for pid, stat in self._stats().items() if stat[0] != "Z"}
+
+    def _output(self):
+        return self._output_path.read_text(errors="replace").strip()[-300:]
+
+    def _wait_for_output(self, line):
+        def is_there():
+            self.check_alive()
+            return line in self._output().splitlines()
+
+        wait_until(is_there, f'{self.name} did not print "{line}"')
+
+    def _wait_until_relaying(self):
+        """Passes one byte through, so that nothing of the start is left when a load begins."""
+
+        def connects():
+            self.check_alive()
+            with contextlib.suppress(ConnectionRefusedError):
+                return socket.create_connection(("127.0.0.1", self.ports.listen), timeout=5)
+
+        try:
+            with socket.create_server(("127.0.0.1", self.ports.target)) as listener:
+                listener.settimeout(5)
+                with wait_until(connects, f"{self.name} does not listen") as client:
+                    client.sendall(b"?")
+                    with listener.accept()[0] as target:
+                        target.settimeout(5)
+                        if target.recv(1) != b"?":
+                            raise Failed(f"{self.name} does not relay")
+        except OSError as error:
+            raise Failed(f"{self.name} does not relay: {error}") from error
+
+
+@contextlib.contextmanager
+def running(kind, ports):
+    with tempfile.TemporaryDirectory(prefix="relay_bench.") as name:
+        folder = pathlib.Path(name)
+        folder.chmod(0o755)  # a relay may drop its rights
+        relay = Relay(kind, folder, ports)
+        try:
+            yield relay
+        finally:
+            relay.stop()
+
+
+def available_kinds():
+    """Ours and the peers that this machine has; says which it has not."""
+    kinds = [OURS]
+    for peer in PEERS:
+        if missing := peer.missing():
+            print(f"{peer.name} is left out: no {', '.join(missing)} (Debian: {peer.package})")
+        else:
+            kinds.append(peer)
+    return kinds
+
+
+def proc_field(pid, file, field):
+    for line in pathlib.Path(f"/proc/{pid}/{file}").read_text().splitlines():
+        if line.startswith(field + ":"):
+            return int(line.split()[1])
+    raise Failed(f"no {field} in /proc/{pid}/{file}")
+
+
+def wait_until(probe, complaint):
+    """The first true result of `probe`."""
+    deadline = time.monotonic() + PATIENCE_SECONDS
+    while not (result := probe()):
+        if time.monotonic() > deadline:
+            raise Failed(complaint)
+        time.sleep(0.01)
+    return result
+
+
+# --- What the system allows --------------------------------------------------------------------
+
+
+def free_ports(count):
+    """Ports below the ephemeral range, which clients and other programs take theirs from."""
+    found = []
+    for port in range(20_000, 32_000):
+        with socket.socket() as probe, contextlib.suppress(OSError):
+            probe.bind(("", port))
+            found.append(port)
+        if len(found) == count:
+            return found
+    raise Failed("no free ports")
+
+
+def raise_descriptor_limit():
+    """For this process and all it starts. Only a privileged one may raise the hard limit."""
+    hard = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
+    try:
+        wanted = max(hard, WANTED_DESCRIPTORS)
+        resource.setrlimit(resource.RLIMIT_NOFILE, (wanted, wanted))
+    except (ValueError, PermissionError):
+        resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
+
+
+def descriptor_limit():
+    return resource.getrlimit(resource.RLIMIT_NOFILE)[0]
+
+
+def session_limit():
+    """The most sessions that one process can hold, with a descriptor for either side of each."""
+    return min(MAX_SESSIONS, (descriptor_limit() - SPARE_DESCRIPTORS) // 2)
