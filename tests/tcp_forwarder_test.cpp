@@ -1,0 +1,416 @@
+#include "forwarding/tcp_forwarder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "forwarding/socket_address.h"
+#include "tests/support/test_engine.h"
+#include "tests/support/test_sockets.h"
+
+namespace quillgate {
+namespace {
+
+using platform::Socket;
+using platform::Transport;
+using test::acceptFrom;
+using test::connectToLoopback;
+using test::receiveExactly;
+using test::ruleFor;
+using test::sendAll;
+using test::StreamEnd;
+using test::TestEngine;
+using Lines = std::vector<std::wstring>;
+
+// A rule with a listening target behind it, and the server started.
+class TcpForwarderTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    engine.setRule(ruleFor(Protocol::tcp, port, test::localPort(target)), 3);
+    engine.state().server.start();
+    ASSERT_TRUE(
+        engine.waitFor(L"[TCP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort));
+  }
+
+  // A client, the connection it got at the target, and its address as text.
+  struct Session {
+    Socket client;
+    Socket server;
+    std::wstring peer;
+  };
+  Session open() {
+    Session session;
+    session.client = connectToLoopback(port);
+    session.server = acceptFrom(target);
+    EXPECT_TRUE(session.client.isOpen() && session.server.isOpen());
+    session.peer = L"127.0.0.1:" + std::to_wstring(test::localPort(session.client));
+    EXPECT_TRUE(engine.waitFor(L"[TCP] FROM " + session.peer + route));
+    return session;
+  }
+  [[nodiscard]] std::wstring closedText(const Session& session) const {
+    return L"[TCP] Session closed FROM " + session.peer + L" (local " + local + L")";
+  }
+
+  TestEngine engine;
+  const Socket target = test::listenOnLoopback();
+  const std::uint16_t port = test::freePort(Transport::tcp);
+  const std::wstring local = std::to_wstring(port);
+  const std::wstring targetPort = std::to_wstring(test::localPort(target));
+  const std::wstring route = L"  local " + local + L" -> 127.0.0.1:" + targetPort;
+};
+
+TEST_F(TcpForwarderTest, RelaysBothDirectionsOfAClient) {
+  const Session session = open();
+  ASSERT_TRUE(sendAll(session.client, "request"));
+  EXPECT_EQ(receiveExactly(session.server, 7), "request");
+  ASSERT_TRUE(sendAll(session.server, "a longer reply"));
+  EXPECT_EQ(receiveExactly(session.client, 14), "a longer reply");
+}
+
+TEST_F(TcpForwarderTest, LogsASessionFromItsStartToItsEnd) {
+  Session session = open();
+  session.client.close();
+  EXPECT_EQ(engine.countOf(closedText(session)), 0U);
+  session.server.close();
+  EXPECT_TRUE(engine.waitFor(closedText(session)));
+  EXPECT_EQ(engine.messages(),
+            (Lines{engine.messages().at(0), engine.messages().at(1), engine.messages().at(2),
+                   L"[TCP] FROM " + session.peer + route, closedText(session)}));
+}
+
+TEST_F(TcpForwarderTest, CapturesASessionFromItsStartToItsEnd) {
+  engine.state().monitor.captureOn = true;
+  Session session = open();
+  ASSERT_TRUE(sendAll(session.client, "up"));
+  EXPECT_EQ(receiveExactly(session.server, 2), "up");
+  ASSERT_TRUE(sendAll(session.server, "down"));
+  EXPECT_EQ(receiveExactly(session.client, 4), "down");
+  session.client.close();
+  session.server.close();
+  ASSERT_TRUE(test::eventually([&] { return engine.capturedTexts().size() == 4; }));
+  EXPECT_EQ(engine.capturedTexts(),
+            (Lines{L"[TCP] SESSION FROM " + session.peer + route,
+                   L"[TCP] C->S FROM " + session.peer + L"  ",
+                   L"[TCP] S->C FROM " + session.peer + L"  ", closedText(session)}));
+  EXPECT_EQ(engine.capturedTexts(3), engine.capturedTexts());
+  EXPECT_TRUE(engine.capturedTexts(2).empty());
+
+  const auto records = engine.state().monitor.snapshot(3);
+  const auto payload = [&](std::size_t index) {
+    std::string text;
+    for (const std::byte b : records[index].payload) text += static_cast<char>(b);
+    return text;
+  };
+  EXPECT_EQ(payload(0), "");
+  EXPECT_EQ(payload(1), "up");
+  EXPECT_EQ(payload(2), "down");
+  EXPECT_EQ(payload(3), "");
+}
+
+TEST_F(TcpForwarderTest, CapturesChunksOfAtMostARelayBufferAndCutsTheirPayload) {
+  engine.state().monitor.captureOn = true;
+  const Session session = open();
+  const std::string sent(100'000, 'x');
+  std::thread sender([&] { EXPECT_TRUE(sendAll(session.client, sent)); });
+  EXPECT_EQ(receiveExactly(session.server, sent.size()), sent);
+  sender.join();
+
+  const auto records = engine.state().monitor.snapshot(kFilterAll);
+  const std::wstring label = L"[TCP] C->S FROM " + session.peer + L"  ";
+  std::size_t cut = 0;
+  for (std::size_t i = 1; i < records.size(); ++i) {
+    const bool full = records[i].payload.size() == kMaxPayloadBytes;
+    EXPECT_LE(records[i].payload.size(), kMaxPayloadBytes);
+    EXPECT_TRUE(records[i].text == label || (full && records[i].text == label + L"(truncated)"));
+    if (records[i].text != label) ++cut;
+  }
+  EXPECT_GE(records.size() - 1, sent.size() / kRelayBufferBytes);
+  EXPECT_GT(cut, 0U);
+}
+
+TEST_F(TcpForwarderTest, CapturesNothingWhileCapturingIsOff) {
+  const Session session = open();
+  ASSERT_TRUE(sendAll(session.client, "x"));
+  EXPECT_EQ(receiveExactly(session.server, 1), "x");
+  EXPECT_TRUE(engine.capturedTexts().empty());
+}
+
+TEST_F(TcpForwarderTest, KeepsTheOtherDirectionOpenWhenOneHasEnded) {
+  const Session session = open();
+  ASSERT_TRUE(sendAll(session.client, "last words"));
+  test::closeSendingSide(session.client);
+  EXPECT_EQ(receiveExactly(session.server, 10), "last words");
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(sendAll(session.server, "still here"));
+    EXPECT_EQ(receiveExactly(session.client, 10), "still here");
+  }
+  EXPECT_EQ(engine.countOf(closedText(session)), 0U);
+}
+
+TEST_F(TcpForwarderTest, PassesNoEndOfStreamOn) {
+  const Session session = open();
+  test::closeSendingSide(session.client);
+  EXPECT_TRUE(test::staysQuiet(session.server));
+}
+
+TEST_F(TcpForwarderTest, ClosesASessionWhenTheTargetEndsAndTheClientFollows) {
+  Session session = open();
+  session.server.close();
+  test::closeSendingSide(session.client);
+  EXPECT_TRUE(engine.waitFor(closedText(session)));
+  EXPECT_EQ(test::receiveUntilEnd(session.client), StreamEnd::orderly);
+}
+
+TEST_F(TcpForwarderTest, EndsADirectionWhenItsReceiverIsGone) {
+  Session session = open();
+  test::resetConnection(std::move(session.client));
+  // The direction to the client ends with the first send that fails; the other one ended by the
+  // reset.
+  std::string chunk(kRelayBufferBytes, 'x');
+  while (engine.countOf(closedText(session)) == 0 && sendAll(session.server, chunk)) {
+  }
+  EXPECT_TRUE(engine.waitFor(closedText(session)));
+}
+
+TEST_F(TcpForwarderTest, ServesClientsSideBySide) {
+  std::vector<Session> sessions;
+  for (int i = 0; i < 20; ++i) sessions.push_back(open());
+  for (std::size_t i = 0; i < sessions.size(); ++i) {
+    ASSERT_TRUE(sendAll(sessions[i].client, std::to_string(1000 + i)));
+  }
+  for (std::size_t i = sessions.size(); i-- > 0;) {
+    EXPECT_EQ(receiveExactly(sessions[i].server, 4), std::to_string(1000 + i));
+  }
+}
+
+TEST_F(TcpForwarderTest, GoesOnForwardingAfterTheServerHasStopped) {
+  const Session session = open();
+  engine.state().server.stop();
+  EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + local), 1U);
+  ASSERT_TRUE(sendAll(session.client, "after the stop"));
+  EXPECT_EQ(receiveExactly(session.server, 14), "after the stop");
+  ASSERT_TRUE(sendAll(session.server, "still"));
+  EXPECT_EQ(receiveExactly(session.client, 5), "still");
+  EXPECT_FALSE(connectToLoopback(port).isOpen());
+}
+
+TEST_F(TcpForwarderTest, KeepsTheTargetOfASessionWhenItsRuleChanges) {
+  const Session session = open();
+  const Socket other = test::listenOnLoopback();
+  engine.setRule(ruleFor(Protocol::tcp, port, test::localPort(other)), 3);
+  engine.state().server.stop();
+  engine.state().server.start();
+  ASSERT_TRUE(engine.waitFor(L"[TCP] Listening on local port " + local + L" -> 127.0.0.1:" +
+                             std::to_wstring(test::localPort(other))));
+  ASSERT_TRUE(sendAll(session.client, "old"));
+  EXPECT_EQ(receiveExactly(session.server, 3), "old");
+  const Socket client = connectToLoopback(port);
+  ASSERT_TRUE(sendAll(client, "new"));
+  EXPECT_EQ(receiveExactly(acceptFrom(other), 3), "new");
+}
+
+// A stream that both sides can compute, so that every byte is compared.
+std::string randomBytes(std::uint32_t seed, std::size_t size) {
+  std::mt19937 random(seed);
+  std::string bytes(size, '\0');
+  for (char& c : bytes) c = static_cast<char>(random());
+  return bytes;
+}
+
+TEST_F(TcpForwarderTest, MovesRandomBytesBothWaysAtOnceUnchanged) {
+  constexpr std::size_t kSize = 32 << 20;
+  const Session session = open();
+  const std::string up = randomBytes(1, kSize);
+  const std::string down = randomBytes(2, kSize);
+  std::thread clientSends([&] { EXPECT_TRUE(sendAll(session.client, up)); });
+  std::thread serverSends([&] { EXPECT_TRUE(sendAll(session.server, down)); });
+  std::thread serverReceives([&] { EXPECT_TRUE(receiveExactly(session.server, kSize) == up); });
+  EXPECT_TRUE(receiveExactly(session.client, kSize) == down);
+  clientSends.join();
+  serverSends.join();
+  serverReceives.join();
+}
+
+TEST_F(TcpForwarderTest, DeliversToAReaderThatComesLate) {
+  constexpr std::size_t kSize = 8 << 20;
+  const Session session = open();
+  const std::string sent = randomBytes(3, kSize);
+  std::thread sender([&] {
+    EXPECT_TRUE(sendAll(session.client, sent));
+    test::closeSendingSide(session.client);
+  });
+  EXPECT_TRUE(receiveExactly(session.server, kSize) == sent);
+  sender.join();
+}
+
+TEST(TcpListener, SaysWhenItsPortCannotBeBound) {
+  TestEngine engine;
+  const Socket taken = platform::openIpv4Socket(Transport::tcp);
+  ASSERT_TRUE(platform::bindToAllIpv4(taken, 0) && platform::startListening(taken));
+  const std::wstring port = std::to_wstring(test::localPort(taken));
+  std::atomic<bool> running{true};
+  std::atomic<bool> active{false};
+  SharedState& state = engine.state();
+  runTcpListener({running, active, {state.log, state.monitor}}, 0,
+                 ruleFor(Protocol::tcp, test::localPort(taken), 9));
+  EXPECT_FALSE(active);
+  EXPECT_EQ(engine.messages(), Lines{L"[TCP] Failed to bind/listen on local port " + port});
+}
+
+TEST(TcpListener, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
+  TestEngine engine;
+  const std::uint16_t port = test::freePort(Transport::tcp);
+  std::atomic<bool> running{false};
+  std::atomic<bool> active{false};
+  SharedState& state = engine.state();
+  runTcpListener({running, active, {state.log, state.monitor}}, 0,
+                 ruleFor(Protocol::tcp, port, 9, L"host.example"));
+  EXPECT_FALSE(active);
+  const std::wstring local = std::to_wstring(port);
+  EXPECT_EQ(engine.messages(),
+            (Lines{L"[TCP] Listening on local port " + local + L" -> host.example:9",
+                   L"[TCP] Stopped local port " + local}));
+}
+
+// One session without a listener: its client's end, and what was reported.
+class TcpSessionTest : public testing::Test {
+ protected:
+  void SetUp() override { engine.state().monitor.captureOn = true; }
+
+  void run(const ForwardRule& rule, const platform::SocketAddress& peer) {
+    runTcpSession({engine.state().log, engine.state().monitor}, 2, std::move(pair.server), peer,
+                  rule);
+  }
+
+  TestEngine engine;
+  test::ConnectedPair pair = test::connectedPair();
+  const platform::SocketAddress peer = test::loopback(40000);
+};
+
+TEST_F(TcpSessionTest, ClosesTheClientWhenTheTargetDoesNotResolve) {
+  const std::wstring host(300, L'x');  // longer than any name may be
+  run(ruleFor(Protocol::tcp, 8080, 80, host), peer);
+  const std::wstring text = L"[TCP] FROM 127.0.0.1:40000  Resolve failed for " + host + L":80";
+  EXPECT_EQ(engine.messages(), Lines{text});
+  EXPECT_EQ(engine.capturedTexts(2), Lines{text});
+  EXPECT_EQ(test::receiveUntilEnd(pair.client), StreamEnd::orderly);
+}
+
+TEST_F(TcpSessionTest, ClosesTheClientWhenTheTargetRefuses) {
+  const std::uint16_t nobody = test::freePort(Transport::tcp);
+  run(ruleFor(Protocol::tcp, 8080, nobody), peer);
+  const std::wstring text =
+      L"[TCP] FROM 127.0.0.1:40000  Connect failed to 127.0.0.1:" + std::to_wstring(nobody);
+  EXPECT_EQ(engine.messages(), Lines{text});
+  EXPECT_EQ(engine.capturedTexts(2), Lines{text});
+  EXPECT_EQ(test::receiveUntilEnd(pair.client), StreamEnd::orderly);
+}
+
+TEST_F(TcpSessionTest, ShowsAnAddressThatCannotBeConvertedAsAQuestionMark) {
+  const std::uint16_t nobody = test::freePort(Transport::tcp);
+  run(ruleFor(Protocol::tcp, 8080, nobody), platform::SocketAddress{});
+  EXPECT_EQ(engine.messages(),
+            Lines{L"[TCP] FROM ?  Connect failed to 127.0.0.1:" + std::to_wstring(nobody)});
+}
+
+TEST_F(TcpSessionTest, ShowsThatAddressInEveryTextOfASession) {
+  const Socket target = test::listenOnLoopback();
+  const std::wstring targetPort = std::to_wstring(test::localPort(target));
+  std::thread session([&] {
+    run(ruleFor(Protocol::tcp, 8080, test::localPort(target)), platform::SocketAddress{});
+  });
+  Socket server = acceptFrom(target);
+  EXPECT_TRUE(sendAll(pair.client, "x"));
+  EXPECT_EQ(receiveExactly(server, 1), "x");
+  pair.client.close();
+  server.close();
+  session.join();
+  const std::wstring route = L"FROM ?  local 8080 -> 127.0.0.1:" + targetPort;
+  EXPECT_EQ(engine.messages(),
+            (Lines{L"[TCP] " + route, L"[TCP] Session closed FROM ? (local 8080)"}));
+  EXPECT_EQ(engine.capturedTexts(2), (Lines{L"[TCP] SESSION " + route, L"[TCP] C->S FROM ?  ",
+                                            L"[TCP] Session closed FROM ? (local 8080)"}));
+}
+
+TEST_F(TcpSessionTest, TriesOnlyTheFirstAddressOfAName) {
+  // Which family comes first is the system's choice; the target listens on the other one as well as
+  // it can: a name whose first address is IPv6 is refused, though its IPv4 address would answer.
+  const auto first = platform::resolveFirst(L"localhost", L"80");
+  ASSERT_TRUE(first);
+  const bool ipv4First = formatSocketAddress(first->view()) == L"127.0.0.1:80";
+  const Socket target = test::listenOnLoopback();
+  const ForwardRule rule = ruleFor(Protocol::tcp, 8080, test::localPort(target), L"localhost");
+  const std::wstring address = L"localhost:" + std::to_wstring(rule.targetPort);
+  std::thread session([&] { run(rule, peer); });
+  if (ipv4First) {
+    Socket server = acceptFrom(target);
+    EXPECT_TRUE(server.isOpen());
+    server.close();
+    pair.client.close();
+  }
+  session.join();
+  EXPECT_EQ(engine.messages().at(0),
+            ipv4First ? L"[TCP] FROM 127.0.0.1:40000  local 8080 -> " + address
+                      : L"[TCP] FROM 127.0.0.1:40000  Connect failed to " + address);
+}
+
+TEST_F(TcpSessionTest, ReachesATargetByName) {
+  const Socket target = platform::openIpv4Socket(Transport::tcp);
+  ASSERT_TRUE(test::bindTo(target, test::loopback(0)) && platform::startListening(target));
+  const ForwardRule rule = ruleFor(Protocol::tcp, 8080, test::localPort(target), L"127.0.0.1");
+  std::thread session([&] { run(rule, peer); });
+  Socket server = acceptFrom(target);
+  EXPECT_TRUE(sendAll(server, "hello"));
+  EXPECT_EQ(receiveExactly(pair.client, 5), "hello");
+  server.close();
+  pair.client.close();
+  session.join();
+}
+
+TEST(RelayAndCapture, CapturesAChunkEvenIfItCannotBeSent) {
+  TestEngine engine;
+  engine.state().monitor.captureOn = true;
+  test::ConnectedPair from = test::connectedPair();
+  const Socket closed;  // every send fails
+  ASSERT_TRUE(sendAll(from.client, "lost"));
+  EXPECT_LE(relayAndCapture(engine.state().monitor, 1, L"peer", L"C->S", from.server, closed), 0);
+  EXPECT_EQ(engine.capturedTexts(1), Lines{L"[TCP] C->S FROM peer  "});
+}
+
+TEST(RelayAndCapture, ReturnsZeroWhenTheSenderEndsInOrder) {
+  TestEngine engine;
+  test::ConnectedPair from = test::connectedPair();
+  test::ConnectedPair to = test::connectedPair();
+  ASSERT_TRUE(sendAll(from.client, "all of it"));
+  from.client.close();
+  EXPECT_EQ(relayAndCapture(engine.state().monitor, 1, L"p", L"S->C", from.server, to.server), 0);
+  EXPECT_EQ(receiveExactly(to.client, 9), "all of it");
+}
+
+TEST(RelayAndCapture, ReturnsANegativeResultWhenReceivingFails) {
+  TestEngine engine;
+  const Socket closed;
+  EXPECT_LT(relayAndCapture(engine.state().monitor, 1, L"p", L"S->C", closed, closed), 0);
+}
+
+TEST(SocketAddressText, IsAQuestionMarkForWhatIsNoAddress) {
+  EXPECT_EQ(formatSocketAddress({}), L"?");
+  EXPECT_EQ(formatSocketAddress(std::array<std::byte, 16>{}), L"?");
+  EXPECT_EQ(formatSocketAddress(std::array<std::byte, 129>{}), L"?");
+  std::vector<std::byte> tooLong(129);
+  std::ranges::copy(test::loopback(80).view(), tooLong.begin());
+  EXPECT_EQ(formatSocketAddress(tooLong), L"?");
+}
+
+TEST(SocketAddressText, ShowsAddressAndPort) {
+  EXPECT_EQ(formatSocketAddress(test::loopback(8080).view()), L"127.0.0.1:8080");
+}
+
+}  // namespace
+}  // namespace quillgate
