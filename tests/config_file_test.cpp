@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 
+#include "platform/system.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/test_engine.h"
 
@@ -13,8 +14,8 @@ namespace quillgate {
 namespace {
 
 using namespace std::string_literals;
-using test::FakeNotifier;
 using test::contentOf;
+using test::FakeNotifier;
 using test::TempFolder;
 using test::writeFile;
 using Lines = std::vector<std::wstring>;
@@ -286,7 +287,7 @@ TEST_F(ConfigFileTest, RefusesWhatIsNotOneCompleteDocument) {
 
 TEST_F(ConfigFileTest, RefusesEveryCutOfItsOwnFile) {
   ASSERT_TRUE(save());
-  const std::string whole = contentOf(folder.file(L"config.xml"));
+  const std::string whole = contentOf(folder.file(L"config.xml")).value();
   static_cast<void>(takeMessages());
   for (std::size_t length = 0; length + 1 < whole.size(); length += 7) {
     expectRefused(whole.substr(0, length));
@@ -362,6 +363,7 @@ TEST_F(ConfigFileTest, WritesEveryFieldInItsForm) {
   EXPECT_TRUE(save());
   EXPECT_TRUE(
       contentOf(folder.file(L"config.xml"))
+          .value()
           .starts_with("<config><rules><rule id=\"1\"><enabled>1</enabled><proto>udp</proto>"
                        "<localPort>65535</localPort><targetIp>\xC3\xA9&lt;&amp;&gt;\"'</targetIp>"
                        "<targetPort>1</targetPort></rule><rule id=\"2\">"));

@@ -10,14 +10,15 @@
 
 #include "core/text.h"
 #include "core/time_stamp.h"
+#include "platform/system.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/test_engine.h"
 
 namespace quillgate {
 namespace {
 
-using test::FakeNotifier;
 using test::contentOf;
+using test::FakeNotifier;
 using test::TempFolder;
 using test::writeFile;
 
@@ -67,7 +68,8 @@ TEST_F(EventLogTest, WritesTheFileAsUtf16WithoutAMark) {
   log.write(L"two");
   const auto lines = log.takeNewLines();
   ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(contentOf(folder.file(L"MonitorServer.log")), utf16le(lines[0] + L"\r\n" + lines[1] + L"\r\n"));
+  EXPECT_EQ(contentOf(folder.file(L"MonitorServer.log")),
+            utf16le(lines[0] + L"\r\n" + lines[1] + L"\r\n"));
 }
 
 TEST_F(EventLogTest, AppendsToTheFileOfEarlierRuns) {

@@ -237,7 +237,7 @@ TEST_F(TcpForwarderTest, MovesRandomBytesBothWaysAtOnceUnchanged) {
   serverReceives.join();
 }
 
-TEST_F(TcpForwarderTest, DeliversToAReaderThatComesLate) {
+TEST_F(TcpForwarderTest, DeliversEverythingSentBeforeTheEnd) {
   constexpr std::size_t kSize = 8 << 20;
   const Session session = open();
   const std::string sent = randomBytes(3, kSize);
@@ -283,8 +283,8 @@ class TcpSessionTest : public testing::Test {
  protected:
   void SetUp() override { engine.state().monitor.captureOn = true; }
 
-  void run(const ForwardRule& rule, const platform::SocketAddress& peer) {
-    runTcpSession({engine.state().log, engine.state().monitor}, 2, std::move(pair.server), peer,
+  void run(const ForwardRule& rule, const platform::SocketAddress& from) {
+    runTcpSession({engine.state().log, engine.state().monitor}, 2, std::move(pair.server), from,
                   rule);
   }
 
