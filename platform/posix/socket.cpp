@@ -48,7 +48,9 @@ sockaddr* nativeOf(SocketAddress& address) {
 template <typename Native>
 Native nativeCopyOf(std::span<const std::byte> address) {
   Native native{};
-  std::memcpy(&native, address.data(), std::min(sizeof(native), address.size()));
+  // Not memcpy: an empty span may have no address.
+  std::ranges::copy(address.first(std::min(sizeof(native), address.size())),
+                    std::as_writable_bytes(std::span(&native, 1)).begin());
   return native;
 }
 
