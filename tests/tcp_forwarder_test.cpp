@@ -189,6 +189,24 @@ TEST_F(TcpForwarderTest, ServesClientsSideBySide) {
   }
 }
 
+TEST_F(TcpForwarderTest, KeepsHundredsOfSessionsOpenAtOnce) {
+  std::vector<Session> sessions;
+  for (int i = 0; i < 500; ++i) {
+    sessions.push_back({connectToLoopback(port), acceptFrom(target), L""});
+  }
+  for (std::size_t i = 0; i < sessions.size(); ++i) {
+    ASSERT_TRUE(sendAll(sessions[i].client, std::to_string(1000 + i)));
+    ASSERT_EQ(receiveExactly(sessions[i].server, 4), std::to_string(1000 + i));
+  }
+  sessions.clear();
+  EXPECT_TRUE(test::eventually([&] {
+    const Lines& messages = engine.messages();
+    return std::ranges::count_if(messages, [](const std::wstring& message) {
+             return message.starts_with(L"[TCP] Session closed FROM 127.0.0.1:");
+           }) == 500;
+  }));
+}
+
 TEST_F(TcpForwarderTest, GoesOnForwardingAfterTheServerHasStopped) {
   const Session session = open();
   engine.state().server.stop();
