@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/time_stamp.h"
+#include "monitor/export_text.h"
 #include "platform/system.h"
 
 namespace quillgate {
@@ -52,6 +53,11 @@ void TrafficMonitor::notify() {
   if (!notifier_.recordsWait()) refreshPending.store(0);
 }
 
+void TrafficMonitor::choose(std::int32_t filterValue) {
+  filter.store(filterValue);
+  captureOn.store(filterValue != kFilterOff);
+}
+
 void TrafficMonitor::clearAll() {
   decltype(lists_) cleared;  // destroyed when nobody waits any more
   const std::lock_guard lock(lock_);
@@ -67,6 +73,11 @@ TrafficMonitor::RecordsToShow TrafficMonitor::takeForView(std::int32_t filterVal
   const std::lock_guard lock(lock_);
   ShownList& list = lists_[listIndex(filterValue)];
   return {list.records.snapshot(), std::exchange(list.shown, list.records.size())};
+}
+
+std::vector<std::byte> TrafficMonitor::exportText(std::int32_t filterValue) const {
+  const std::lock_guard lock(lock_);
+  return buildExportText(lists_[listIndex(filterValue)].records, filterValue, format());
 }
 
 }  // namespace quillgate

@@ -14,10 +14,12 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/ui_notifier.h"
 #include "forwarding/forward_rule.h"
 #include "monitor/record_list.h"
+#include "monitor/record_renderer.h"
 
 namespace quillgate {
 
@@ -48,6 +50,14 @@ class TrafficMonitor {
   void capturePayload(std::uint32_t ruleIndex, std::wstring_view text,
                       std::span<const std::byte> data);
 
+  // Shows and exports the records that `filterValue` chooses from now on; captures unless it is
+  // kFilterOff.
+  void choose(std::int32_t filterValue);
+
+  [[nodiscard]] DumpFormat format() const {
+    return asciiMode.load() != 0 ? DumpFormat::ascii : DumpFormat::hex;
+  }
+
   // Forgets every record and how many were shown.
   void clearAll();
 
@@ -60,6 +70,9 @@ class TrafficMonitor {
     std::size_t firstNew = 0;
   };
   [[nodiscard]] RecordsToShow takeForView(std::int32_t filterValue);
+
+  // The export of that list (see monitor/export_text.h). Captures wait until it is built.
+  [[nodiscard]] std::vector<std::byte> exportText(std::int32_t filterValue) const;
 
  private:
   // A list and how many of its records the view has been given already.
