@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
@@ -28,6 +29,12 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
 // existing file that can be written is written in place. A link is followed, a file that may not be
 // written is left alone. On false the old content stands as it was.
 [[nodiscard]] bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes);
+
+// Creates the file at `path`, or empties the one that stands there, and writes each of `parts` that
+// is not empty with one write. Others may read the file meanwhile. On false the file stays as far
+// as it got.
+[[nodiscard]] bool writeFileAnew(const std::wstring& path,
+                                 std::initializer_list<std::span<const std::byte>> parts);
 
 // Deletes the file; false when there is none or the system refuses.
 bool removeFile(const std::wstring& path);

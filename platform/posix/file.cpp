@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -136,6 +137,13 @@ bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
   }
   ::unlink(beside.c_str());
   return written && exists && overwriteInPlace(target, bytes);
+}
+
+bool writeFileAnew(const std::wstring& path,
+                   std::initializer_list<std::span<const std::byte>> parts) {
+  const Descriptor file = openFile(toBytes(path), O_WRONLY | O_CREAT | O_TRUNC);
+  return file.isOpen() &&
+         std::ranges::all_of(parts, [&](const auto& part) { return writeAll(file, part); });
 }
 
 bool removeFile(const std::wstring& path) { return ::unlink(toBytes(path).c_str()) == 0; }

@@ -34,6 +34,13 @@ bool writeAll(const FileHandle& file, std::span<const std::byte> bytes) {
   return true;
 }
 
+bool writeOnce(const FileHandle& file, std::span<const std::byte> bytes) {
+  DWORD written = 0;
+  return bytes.empty() || (bytes.size() <= MAXDWORD && ::WriteFile(file.native(), bytes.data(),
+                                                                   static_cast<DWORD>(bytes.size()),
+                                                                   &written, nullptr) != FALSE);
+}
+
 // Makes `bytes` the content of the open file and waits until the disk has it.
 bool overwrite(const FileHandle& file, std::span<const std::byte> bytes) {
   const LARGE_INTEGER start{};
@@ -104,6 +111,13 @@ bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
   }
   ::DeleteFileW(beside.c_str());
   return written && replacing && overwriteInPlace(path, bytes);
+}
+
+bool writeFileAnew(const std::wstring& path,
+                   std::initializer_list<std::span<const std::byte>> parts) {
+  const FileHandle file = openFile(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+  return file.isOpen() &&
+         std::ranges::all_of(parts, [&](const auto& part) { return writeOnce(file, part); });
 }
 
 bool removeFile(const std::wstring& path) { return ::DeleteFileW(path.c_str()) != FALSE; }

@@ -1,0 +1,43 @@
+// What the controls of the monitor window do, without a toolkit. UI thread. What an action returns
+// is the whole text that the view shows from then on; it stands until the next action or refresh.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "engine/shared_state.h"
+#include "monitor/monitor_view.h"
+
+namespace quillgate {
+
+// What the format list offers, by its index.
+inline constexpr const wchar_t* kFormatNames[] = {L"ASCII", L"HEX"};
+
+// A window has opened: switches capturing off, even when the last window left it on, and forgets a
+// notice that was on its way to that one.
+[[nodiscard]] const std::wstring& openMonitor(SharedState& state, MonitorView& view);
+
+// The filter list's selection has changed to the entry with this value; kFilterOff when none is
+// selected.
+[[nodiscard]] const std::wstring& chooseFilter(SharedState& state, MonitorView& view,
+                                               std::int32_t value);
+
+// The index in kFormatNames of the format in use. The choice survives the window.
+[[nodiscard]] int formatIndex(const SharedState& state);
+
+// The format list's selection has changed to this index in kFormatNames.
+[[nodiscard]] const std::wstring& chooseFormat(SharedState& state, MonitorView& view, int index);
+
+// "Clear": forgets all records and goes on capturing.
+[[nodiscard]] const std::wstring& clearMonitor(SharedState& state, MonitorView& view);
+
+// The name that the dialog of "Save TXT" proposes.
+inline constexpr const wchar_t* kExportFileName = L"monitor.txt";
+
+// "Save TXT", after the dialog: writes the records that `filterValue` chooses, the filter list's
+// selection before the dialog, to a new file at `path`. False when that fails; the file stays as
+// far as it got then, and nothing is logged.
+[[nodiscard]] bool saveMonitor(SharedState& state, std::int32_t filterValue,
+                               const std::wstring& path);
+
+}  // namespace quillgate
