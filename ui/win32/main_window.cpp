@@ -4,6 +4,8 @@
 
 #include "ui/main_view.h"
 #include "ui/win32/control_ids.h"
+#include "ui/win32/log_window.h"
+#include "ui/win32/secondary_window.h"
 #include "ui/win32/status_indicator.h"
 #include "ui/win32/status_panel.h"
 #include "ui/win32/ui_state.h"
@@ -87,6 +89,10 @@ void MainWindow::onCommand(int id) {
   switch (id) {
     case kIdStartStop:
       onStartStop();
+      break;
+    case kIdOpenLog:
+      openSecondaryWindow(
+          {uiState().logWindow, LogWindow::kClassName, L"Log", 900, 520, makeWindow<LogWindow>});
       break;
     case kIdStatus:
       toggleStatusPanel();

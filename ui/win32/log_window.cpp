@@ -1,0 +1,136 @@
+#include "ui/win32/log_window.h"
+
+#include <string>
+#include <vector>
+
+#include "ui/log_view.h"
+#include "ui/win32/control_ids.h"
+#include "ui/win32/ui_state.h"
+
+namespace quillgate {
+
+namespace {
+
+constexpr Rectangle kClearPlace{10, 10, 120, 28};
+
+Rectangle listPlace(HWND window) {
+  const Rectangle client = clientRectangle(window);
+  return {10, 48, client.width - 20, client.height - 58};
+}
+
+void createControlsOf(HWND window) {
+  const ControlRow rows[] = {
+      {kIdLogClear, L"BUTTON", L"Clear logs", BS_PUSHBUTTON, 0, kClearPlace},
+      {kIdLogList, L"LISTBOX", L"",
+       WS_VSCROLL | LBS_USETABSTOPS | LBS_NOINTEGRALHEIGHT | LBS_DISABLENOSCROLL, WS_EX_CLIENTEDGE,
+       listPlace(window)},
+  };
+  createControls(window, rows);
+}
+
+int countOf(HWND list) { return static_cast<int>(SendMessageW(list, LB_GETCOUNT, 0, 0)); }
+
+void addLine(HWND list, const std::wstring& line) {
+  SendMessageW(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(line.c_str()));
+}
+
+void scrollToEnd(HWND list) {
+  const int count = countOf(list);
+  if (count > 0) SendMessageW(list, LB_SETTOPINDEX, static_cast<WPARAM>(count - 1), 0);
+}
+
+// Keeps the list from drawing itself while many lines change.
+class RedrawPause {
+ public:
+  explicit RedrawPause(HWND list) : list_(list) { SendMessageW(list_, WM_SETREDRAW, FALSE, 0); }
+  ~RedrawPause() {
+    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(list_, nullptr, TRUE);
+  }
+  RedrawPause(const RedrawPause&) = delete;
+  RedrawPause& operator=(const RedrawPause&) = delete;
+
+ private:
+  HWND list_;
+};
+
+ListPosition positionOf(HWND list) {
+  return {countOf(list), static_cast<int>(SendMessageW(list, LB_GETTOPINDEX, 0, 0)),
+          clientRectangle(list).height,
+          static_cast<int>(SendMessageW(list, LB_GETITEMHEIGHT, 0, 0))};
+}
+
+void appendLines(HWND list, const std::vector<std::wstring>& lines) {
+  const RedrawPause pause(list);
+  for (const std::wstring& line : lines) addLine(list, line);
+  for (int surplus = surplusLines(countOf(list)); surplus > 0; --surplus) {
+    SendMessageW(list, LB_DELETESTRING, 0, 0);
+  }
+}
+
+}  // namespace
+
+LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      onCreate();
+      return 0;
+    case WM_SIZE:
+      onSize();
+      return 0;
+    case WM_COMMAND:
+      onCommand(LOWORD(wParam));
+      return 0;
+    case WM_CLOSE:
+      onClose();
+      return 0;
+    case kLogNewLineMessage:
+      onNewLines();
+      return 0;
+    default:
+      return defaultResult(message, wParam, lParam);
+  }
+}
+
+void LogWindow::onCreate() {
+  createControlsOf(handle());
+  const HWND list = GetDlgItem(handle(), kIdLogList);
+  uiState().logListBox = list;
+  EventLog& log = sharedState().log;
+  {
+    const RedrawPause pause(list);
+    SendMessageW(list, LB_RESETCONTENT, 0, 0);
+    log.openView(kLogViewMaxLines, [list](const std::wstring& line) { addLine(list, line); });
+  }
+  scrollToEnd(list);
+  log.write(L"Log window opened.");
+}
+
+void LogWindow::onSize() {
+  const Placement placements[] = {{kIdLogClear, kClearPlace}, {kIdLogList, listPlace(handle())}};
+  placeControls(handle(), placements);
+}
+
+void LogWindow::onCommand(int id) {
+  if (id != kIdLogClear) return;
+  sharedState().log.clear();
+  if (IsWindow(uiState().logListBox)) SendMessageW(uiState().logListBox, LB_RESETCONTENT, 0, 0);
+}
+
+void LogWindow::onClose() {
+  uiState().logWindow = nullptr;
+  uiState().logListBox = nullptr;
+  DestroyWindow(handle());
+}
+
+void LogWindow::onNewLines() {
+  const HWND list = uiState().logListBox;
+  if (!IsWindow(list)) return;
+  const bool follow = followsEnd(positionOf(list));
+  const std::vector<std::wstring> lines = sharedState().log.takeNewLines();
+  if (lines.empty()) return;
+  appendLines(list, lines);
+  if (follow) scrollToEnd(list);
+}
+
+}  // namespace quillgate
