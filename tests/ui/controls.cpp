@@ -1,0 +1,155 @@
+#include "tests/ui/controls.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cwchar>
+
+#include "tests/support/deadline.h"
+
+namespace quillgate::test {
+
+namespace {
+
+// The size of the smallest box around everything in `area` that has another colour than its first
+// pixel.
+Box inkIn(HDC context, const Box& area) {
+  const COLORREF paper = GetPixel(context, area.x, area.y);
+  int left = area.width, top = area.height, right = -1, bottom = -1;
+  for (int y = 0; y < area.height; ++y) {
+    for (int x = 0; x < area.width; ++x) {
+      if (GetPixel(context, area.x + x, area.y + y) == paper) continue;
+      left = std::min(left, x);
+      top = std::min(top, y);
+      right = std::max(right, x);
+      bottom = std::max(bottom, y);
+    }
+  }
+  return {0, 0, right - left + 1, bottom - top + 1};
+}
+
+}  // namespace
+
+LRESULT send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  constexpr auto kMilliseconds = static_cast<UINT>(std::chrono::milliseconds(kDeadline).count());
+  DWORD_PTR result = 0;
+  const LRESULT answered =
+      SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kMilliseconds, &result);
+  EXPECT_NE(answered, 0) << "no answer to message " << message;
+  return static_cast<LRESULT>(result);
+}
+
+LRESULT sendCommand(HWND window, int id, int code) {
+  return send(window, WM_COMMAND, MAKEWPARAM(id, code));
+}
+
+void click(HWND button) { send(button, BM_CLICK); }
+
+std::wstring textOf(HWND window) {
+  std::wstring text(static_cast<std::size_t>(send(window, WM_GETTEXTLENGTH)) + 1, L'\0');
+  text.resize(static_cast<std::size_t>(
+      send(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
+  return text;
+}
+
+std::wstring classOf(HWND window) {
+  std::array<wchar_t, 256> name{};
+  GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+  return name.data();
+}
+
+DWORD styleOf(HWND window) { return static_cast<DWORD>(GetWindowLongW(window, GWL_STYLE)); }
+
+DWORD exStyleOf(HWND window) { return static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)); }
+
+Box outerSize(HWND window) {
+  RECT outer{};
+  GetWindowRect(window, &outer);
+  return {0, 0, outer.right - outer.left, outer.bottom - outer.top};
+}
+
+Box clientSize(HWND window) {
+  RECT client{};
+  GetClientRect(window, &client);
+  return {0, 0, client.right, client.bottom};
+}
+
+Box placeOf(HWND child) {
+  RECT place{};
+  GetWindowRect(child, &place);
+  MapWindowPoints(nullptr, GetParent(child), reinterpret_cast<POINT*>(&place), 2);
+  return {place.left, place.top, place.right - place.left, place.bottom - place.top};
+}
+
+void setClientSize(HWND window, int width, int height) {
+  const Box outer = outerSize(window);
+  const Box client = clientSize(window);
+  SetWindowPos(window, nullptr, 0, 0, outer.width + width - client.width,
+               outer.height + height - client.height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  ASSERT_EQ(clientSize(window), (Box{0, 0, width, height}));
+}
+
+std::vector<HWND> childrenOf(HWND window) {
+  std::vector<HWND> children;
+  for (HWND child = GetWindow(window, GW_CHILD); child != nullptr;
+       child = GetWindow(child, GW_HWNDNEXT)) {
+    children.push_back(child);
+  }
+  return children;
+}
+
+COLORREF screenPixel(HWND window, int x, int y) {
+  POINT point{x, y};
+  ClientToScreen(window, &point);
+  const HDC screen = GetDC(nullptr);
+  const COLORREF color = GetPixel(screen, point.x, point.y);
+  ReleaseDC(nullptr, screen);
+  return color;
+}
+
+Box screenInk(HWND control) {
+  const Box size = clientSize(control);
+  POINT origin{0, 0};
+  ClientToScreen(control, &origin);
+  const HDC screen = GetDC(nullptr);
+  const Box ink = inkIn(screen, {origin.x + 4, origin.y + 4, size.width - 8, size.height - 8});
+  ReleaseDC(nullptr, screen);
+  return ink;
+}
+
+Box inkOfText(const std::wstring& text) {
+  LOGFONTW look{};
+  look.lfHeight = -14;
+  look.lfWeight = FW_NORMAL;
+  std::wcscpy(look.lfFaceName, L"Segoe UI");
+  const HFONT font = CreateFontIndirectW(&look);
+  const HDC screen = GetDC(nullptr);
+  const HDC memory = CreateCompatibleDC(screen);
+  const HBITMAP bitmap = CreateCompatibleBitmap(screen, 400, 40);
+  SelectObject(memory, bitmap);
+  SelectObject(memory, font);
+  RECT area{0, 0, 400, 40};
+  FillRect(memory, &area, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+  DrawTextW(memory, text.c_str(), -1, &area, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+  const Box ink = inkIn(memory, {0, 0, 400, 40});
+  DeleteDC(memory);
+  DeleteObject(bitmap);
+  DeleteObject(font);
+  ReleaseDC(nullptr, screen);
+  return ink;
+}
+
+std::vector<std::wstring> linesOf(HWND listBox) {
+  std::vector<std::wstring> lines;
+  const auto count = static_cast<WPARAM>(send(listBox, LB_GETCOUNT));
+  for (WPARAM i = 0; i < count; ++i) {
+    std::wstring line(static_cast<std::size_t>(send(listBox, LB_GETTEXTLEN, i)) + 1, L'\0');
+    line.resize(static_cast<std::size_t>(
+        send(listBox, LB_GETTEXT, i, reinterpret_cast<LPARAM>(line.data()))));
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+}  // namespace quillgate::test

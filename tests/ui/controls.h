@@ -1,0 +1,63 @@
+// Looking at the windows of another process and using them.
+#pragma once
+
+#include <windows.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace quillgate::test {
+
+// Pixels: left edge, top edge, width, height.
+struct Box {
+  int x;
+  int y;
+  int width;
+  int height;
+
+  bool operator==(const Box&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const Box& box) {
+    return out << box.x << "," << box.y << " " << box.width << "x" << box.height;
+  }
+};
+
+// Sends a message and waits for its result; fails the test when the window does not answer before
+// the deadline.
+LRESULT send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
+
+// Sends a command as a control with this id would; `code` is the notification.
+LRESULT sendCommand(HWND window, int id, int code = 0);
+
+// Presses a button and releases it.
+void click(HWND button);
+
+[[nodiscard]] std::wstring textOf(HWND window);
+[[nodiscard]] std::wstring classOf(HWND window);
+[[nodiscard]] DWORD styleOf(HWND window);
+[[nodiscard]] DWORD exStyleOf(HWND window);
+
+// The outer size, at (0, 0).
+[[nodiscard]] Box outerSize(HWND window);
+// The size of the client area, at (0, 0).
+[[nodiscard]] Box clientSize(HWND window);
+// Where a child stands in its parent's client area.
+[[nodiscard]] Box placeOf(HWND child);
+// Makes the window's client area this wide and high.
+void setClientSize(HWND window, int width, int height);
+
+// The children in front-to-back order, which is the order in which they were created.
+[[nodiscard]] std::vector<HWND> childrenOf(HWND window);
+
+// The colour the screen shows at a point of the window's client area.
+[[nodiscard]] COLORREF screenPixel(HWND window, int x, int y);
+
+// How wide and high the text is that the screen shows inside a control with an even background.
+[[nodiscard]] Box screenInk(HWND control);
+// How wide and high `text` is in the program's font.
+[[nodiscard]] Box inkOfText(const std::wstring& text);
+
+// The lines of a list box.
+[[nodiscard]] std::vector<std::wstring> linesOf(HWND listBox);
+
+}  // namespace quillgate::test

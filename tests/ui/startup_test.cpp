@@ -1,0 +1,149 @@
+// Coming up and ending: files, exit codes, and what goes wrong on the way.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <regex>
+
+#include "tests/ui/ui_test.h"
+
+namespace quillgate::test {
+namespace {
+
+using testing::ElementsAre;
+
+class StartUp : public UiTest {};
+
+TEST_F(StartUp, WritesTheDefaultRulesAndLogsInOrderOnTheFirstStart) {
+  start();
+  EXPECT_TRUE(files.waitForLog(L"Server started."));
+  EXPECT_THAT(
+      files.logMessages(),
+      ElementsAre(L"XML not found -> using defaults. Path=" + files.configPath,
+                  L"Saved XML: " + files.configPath, L"Starting server...", L"Server started."));
+  EXPECT_EQ(contentOf(files.configPath), configBytes(RuleSet{}));
+}
+
+TEST_F(StartUp, WritesTheLogAsUtf16WithoutAByteOrderMark) {
+  start();
+  ASSERT_TRUE(files.waitForLog(L"Server started."));
+  const std::string bytes = contentOf(files.logPath).value();
+  ASSERT_EQ(bytes.size() % 2, 0u);
+  std::string ascii;
+  for (std::size_t i = 0; i < bytes.size(); i += 2) {
+    ascii += bytes[i];
+    ASSERT_EQ(bytes[i + 1], 0);
+  }
+  const std::regex lines(R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}  [^\r\n]+\r\n){4})");
+  EXPECT_TRUE(std::regex_match(ascii, lines)) << ascii;
+}
+
+TEST_F(StartUp, AppendsToTheLogOfFormerRuns) {
+  start();
+  EXPECT_EQ(program->close(), 0u);
+  start();
+  ASSERT_TRUE(files.waitForLog(L"Server started.", 2));
+  EXPECT_THAT(
+      files.logMessages(),
+      ElementsAre(L"XML not found -> using defaults. Path=" + files.configPath,
+                  L"Saved XML: " + files.configPath, L"Starting server...", L"Server started.",
+                  L"Stopping server...", L"Server stopped.",
+                  L"Loaded XML successfully: " + files.configPath,
+                  L"Saved XML: " + files.configPath, L"Starting server...", L"Server started."));
+}
+
+TEST_F(StartUp, RewritesTheRuleFileInItsOwnForm) {
+  files.writeConfig(
+      "<?xml version=\"1.0\"?>\r\n<config>\r\n <rules>\r\n  <rule id=\"3\" note=\"x\">\r\n"
+      "   <targetPort>70000</targetPort><targetIp> 10.0.0.1 </targetIp>\r\n"
+      "   <proto>UDP</proto><enabled> TRUE </enabled><localPort>-5</localPort>\r\n"
+      "  </rule>\r\n </rules>\r\n</config>\r\n");
+  start();
+  RuleSet expected;
+  expected[2] = {true, Protocol::udp, 0, L"10.0.0.1", 65535};
+  EXPECT_EQ(contentOf(files.configPath), configBytes(expected));
+}
+
+TEST_F(StartUp, ReplacesARuleFileThatCannotBeParsed) {
+  files.writeConfig("<config><rules>");
+  start();
+  EXPECT_TRUE(files.waitForLog(L"Server started."));
+  EXPECT_THAT(
+      files.logMessages(),
+      ElementsAre(L"Failed to load XML (parse error) -> defaults used. Path=" + files.configPath,
+                  L"Saved XML: " + files.configPath, L"Starting server...", L"Server started."));
+  EXPECT_EQ(contentOf(files.configPath), configBytes(RuleSet{}));
+}
+
+TEST_F(StartUp, ReplacesARuleFileWithAnotherDocumentElement) {
+  files.writeConfig("<Config/>");
+  start();
+  EXPECT_TRUE(files.waitForLog(L"Server started."));
+  EXPECT_THAT(
+      files.logMessages(),
+      ElementsAre(L"XML missing /config root -> defaults used. Path=" + files.configPath,
+                  L"Saved XML: " + files.configPath, L"Starting server...", L"Server started."));
+  EXPECT_EQ(contentOf(files.configPath), configBytes(RuleSet{}));
+}
+
+TEST_F(StartUp, UsesTheWorkingFolderWhenThereIsNoDataFolder) {
+  const TempFolder working;
+  start({.localAppData = folder.path() + L"\\missing", .workingFolder = working.path()});
+  const ProgramFiles here(working.path());
+  EXPECT_TRUE(here.waitForLog(L"Server started."));
+  EXPECT_THAT(here.logMessages(),
+              ElementsAre(L"XML not found -> using defaults. Path=.\\Quillgate\\config.xml",
+                          L"Saved XML: .\\Quillgate\\config.xml", L"Starting server...",
+                          L"Server started."));
+  EXPECT_EQ(contentOf(here.configPath), configBytes(RuleSet{}));
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+  EXPECT_EQ(program->close(), 0u);
+}
+
+TEST_F(StartUp, RunsWithoutFilesWhenTheDataFolderCannotBeCreated) {
+  writeFile(files.baseDir, "a file where the folder should be");
+  start();
+  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(contentOf(files.logPath), std::nullopt);
+  EXPECT_EQ(program->close(), 0u);
+}
+
+TEST_F(StartUp, IgnoresTheCommandLine) {
+  start({.localAppData = folder.path(), .arguments = L"/? --stopped config=other.xml"});
+  EXPECT_TRUE(files.waitForLog(L"Server started."));
+  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(program->close(), 0u);
+}
+
+TEST_F(StartUp, ReportsSocketsThatCannotBeStartedAndEndsWithOne) {
+  const TempFolder programCopy;
+  std::filesystem::copy(programFolder() + L"\\quillgate.exe", programCopy.path());
+  std::filesystem::copy(programFolder() + L"\\tests\\fakes\\ws2_32.dll", programCopy.path());
+  const RegistrySetting noSockets(L"Software\\Wine\\AppDefaults\\quillgate.exe\\DllOverrides",
+                                  L"ws2_32", L"native");
+  program = std::make_unique<Program>(
+      Launch{.localAppData = folder.path(), .programFolder = programCopy.path()});
+  const HWND box = program->waitForWindow(L"#32770");
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(textOf(box), L"Error");
+  EXPECT_EQ(textOf(GetDlgItem(box, 0xFFFF)), L"WSAStartup failed.");
+  EXPECT_NE(FindWindowExW(box, nullptr, L"Static", nullptr), nullptr);
+  EXPECT_EQ(GetWindow(box, GW_OWNER), nullptr);
+  EXPECT_EQ(program->mainWindow(), nullptr);
+  sendCommand(box, IDOK);
+  EXPECT_EQ(program->waitForExit(), 1u);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_F(StartUp, EndsWithOneWhenTheMainWindowCannotBeCreated) {
+  // No top-level window can be created on a desktop without a display driver.
+  const RegistrySetting noDriver(L"Software\\Wine\\Drivers", L"Graphics", L"none");
+  program =
+      std::make_unique<Program>(Launch{.localAppData = folder.path(), .desktop = L"no_display"});
+  EXPECT_EQ(program->waitForExit(), 1u);
+  EXPECT_THAT(files.logMessages(),
+              ElementsAre(L"XML not found -> using defaults. Path=" + files.configPath,
+                          L"Saved XML: " + files.configPath));
+}
+
+}  // namespace
+}  // namespace quillgate::test

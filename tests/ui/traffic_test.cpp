@@ -1,0 +1,157 @@
+// The program with real traffic through it, seen in the main window, and ending in the middle of
+// it.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "tests/support/test_sockets.h"
+#include "tests/ui/ui_test.h"
+
+namespace quillgate::test {
+namespace {
+
+using platform::Socket;
+using platform::Transport;
+
+// Open sessions through the program, with data always on its way in both directions of each.
+class Traffic {
+ public:
+  Traffic(const Socket& target, std::uint16_t port, int sessions) {
+    for (int i = 0; i < sessions; ++i) {
+      Socket client = connectToLoopback(port);
+      Socket server = acceptFrom(target);
+      EXPECT_TRUE(client.isOpen() && server.isOpen()) << "session " << i;
+      sessions_.push_back({std::move(client), std::move(server)});
+    }
+    thread_ = std::thread([this] { exchange(); });
+  }
+  ~Traffic() {
+    stopping_ = true;
+    thread_.join();
+  }
+  Traffic(const Traffic&) = delete;
+  Traffic& operator=(const Traffic&) = delete;
+
+  // Rounds of one message there and one back over every session.
+  [[nodiscard]] bool waitForRounds(int rounds) const {
+    return eventually([&] { return rounds_ >= rounds; });
+  }
+
+ private:
+  void exchange() {
+    const std::string message(4000, 'x');
+    while (!stopping_) {
+      for (const auto& [client, server] : sessions_) {
+        if (!sendAll(client, message) || !sendAll(server, message)) return;
+      }
+      for (const auto& [client, server] : sessions_) {
+        if (receiveExactly(server, message.size()) != message) return;
+        if (receiveExactly(client, message.size()) != message) return;
+      }
+      ++rounds_;
+    }
+  }
+
+  std::vector<ConnectedPair> sessions_;
+  std::atomic<bool> stopping_{false};
+  std::atomic<int> rounds_{0};
+  std::thread thread_;
+};
+
+class ProgramWithTraffic : public UiTest {
+ protected:
+  // Starts the program with one rule, which forwards to our listener.
+  void startForwarding() {
+    RuleSet rules;
+    rules[0] = {true, Protocol::tcp, port, L"127.0.0.1", localPort(target)};
+    files.writeConfig(configBytes(rules));
+    const std::wstring listening = L"[TCP] Listening on local port " + std::to_wstring(port) +
+                                   L" -> 127.0.0.1:" + std::to_wstring(localPort(target));
+    const std::size_t earlierStarts = files.countInLog(listening);
+    start();
+    ASSERT_TRUE(files.waitForLog(listening, earlierStarts + 1));
+  }
+
+  // Starts the program and closes it in the middle of traffic, again and again.
+  struct Closing {
+    int sessions;
+    int times;
+  };
+  void closeUnderTraffic(const Closing& closing) {
+    for (int i = 0; i < closing.times; ++i) {
+      startForwarding();
+      const Traffic traffic(target, port, closing.sessions);
+      ASSERT_TRUE(traffic.waitForRounds(1));
+      const auto start = std::chrono::steady_clock::now();
+      ASSERT_EQ(program->close(), 0u) << "time " << i;
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << "time " << i;
+    }
+  }
+
+  [[nodiscard]] std::wstring reportLine(std::size_t line) const {
+    const std::wstring report = textOf(mainControl(kIdStatusText));
+    std::size_t start = 0;
+    for (; line > 0; --line) start = report.find(L"\r\n", start) + 2;
+    return report.substr(start, report.find(L"\r\n", start) - start);
+  }
+
+  Socket target = listenOnLoopback();
+  std::uint16_t port = freePort(Transport::tcp);
+};
+
+TEST_F(ProgramWithTraffic, RelaysBothWays) {
+  startForwarding();
+  const Socket client = connectToLoopback(port);
+  const Socket server = acceptFrom(target);
+  ASSERT_TRUE(sendAll(client, "to the target"));
+  EXPECT_EQ(receiveExactly(server, 13), "to the target");
+  ASSERT_TRUE(sendAll(server, "to the client"));
+  EXPECT_EQ(receiveExactly(client, 13), "to the client");
+}
+
+TEST_F(ProgramWithTraffic, ReportsTheWorkerOfARuleUntilTheServerStops) {
+  startForwarding();
+  sendCommand(mainWindow, kIdStatus);
+  const std::wstring rule = L"  1)   ON   TCP  local " + std::to_wstring(port) +
+                            L"  ->  127.0.0.1:" + std::to_wstring(localPort(target));
+  EXPECT_EQ(reportLine(3), rule + L"  [thread:yes]");
+  sendCommand(mainWindow, kIdStartStop);
+  EXPECT_EQ(reportLine(3), rule + L"  [thread:no]");
+  EXPECT_THAT(files.logMessages(),
+              testing::Contains(L"[TCP] Stopped local port " + std::to_wstring(port)));
+}
+
+TEST_F(ProgramWithTraffic, ReportsAnEnabledRuleWhoseWorkerHasEndedWithoutOne) {
+  RuleSet rules;
+  rules[9] = {true, Protocol::udp, freePort(Transport::udp), L"no.address.invalid", 53};
+  files.writeConfig(configBytes(rules));
+  start();
+  ASSERT_TRUE(files.waitForLog(L"[UDP] Invalid target IP: no.address.invalid"));
+  sendCommand(mainWindow, kIdStatus);
+  EXPECT_EQ(reportLine(12), L"  10)   ON   UDP  local " + std::to_wstring(rules[9].localPort) +
+                                L"  ->  no.address.invalid:53  [thread:no]");
+  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+}
+
+TEST_F(ProgramWithTraffic, GoesOnWithOpenSessionsWhenTheServerStops) {
+  startForwarding();
+  const Socket client = connectToLoopback(port);
+  const Socket server = acceptFrom(target);
+  sendCommand(mainWindow, kIdStartStop);
+  EXPECT_FALSE(connectToLoopback(port).isOpen());
+  ASSERT_TRUE(sendAll(client, "still here"));
+  EXPECT_EQ(receiveExactly(server, 10), "still here");
+}
+
+TEST_F(ProgramWithTraffic, EndsAtOnceWithTwoHundredOpenSessions) {
+  closeUnderTraffic({.sessions = 200, .times = 5});
+}
+
+TEST_F(ProgramWithTraffic, EndsAtOnceFiftyTimesInARow) {
+  closeUnderTraffic({.sessions = 10, .times = 50});
+}
+
+}  // namespace
+}  // namespace quillgate::test
