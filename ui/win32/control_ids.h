@@ -18,6 +18,13 @@ inline constexpr int kIdStatusText = 1101;
 inline constexpr int kIdLogList = 2001;
 inline constexpr int kIdLogClear = 2002;
 
+// Monitor window.
+inline constexpr int kIdMonitorFilter = 6001;
+inline constexpr int kIdMonitorView = 6002;
+inline constexpr int kIdMonitorClear = 6003;
+inline constexpr int kIdMonitorFormat = 6004;
+inline constexpr int kIdMonitorSave = 6005;
+
 // Posted to the log window: new lines wait in the event log.
 inline constexpr UINT kLogNewLineMessage = WM_APP + 10;
 // Posted to the monitor window: new records wait in the capture store.

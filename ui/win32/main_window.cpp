@@ -5,6 +5,7 @@
 #include "ui/main_view.h"
 #include "ui/win32/control_ids.h"
 #include "ui/win32/log_window.h"
+#include "ui/win32/monitor_window.h"
 #include "ui/win32/secondary_window.h"
 #include "ui/win32/status_indicator.h"
 #include "ui/win32/status_panel.h"
@@ -93,6 +94,10 @@ void MainWindow::onCommand(int id) {
     case kIdOpenLog:
       openSecondaryWindow(
           {uiState().logWindow, LogWindow::kClassName, L"Log", 900, 520, makeWindow<LogWindow>});
+      break;
+    case kIdOpenMonitor:
+      openSecondaryWindow({uiState().monitorWindow, MonitorWindow::kClassName, L"Monitor", 980, 560,
+                           makeWindow<MonitorWindow>});
       break;
     case kIdStatus:
       toggleStatusPanel();

@@ -28,6 +28,9 @@ struct UiState {
   std::atomic<HWND> logWindow{nullptr};
 
   HWND logListBox = nullptr;
+  HWND monitorFilterList = nullptr;
+  HWND monitorFormatList = nullptr;
+  HWND monitorView = nullptr;
 
   HFONT uiFont = nullptr;
   HBRUSH whiteBrush = nullptr;

@@ -1,0 +1,156 @@
+#include "ui/win32/monitor_window.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "ui/filter_list.h"
+#include "ui/win32/control_ids.h"
+
+namespace quillgate {
+
+namespace {
+
+constexpr int kMinFilterWidth = 120;
+
+Rectangle filterPlace(const Rectangle& client) { return {10, 10, client.width - 380, 200}; }
+Rectangle formatPlace(const Rectangle& client) { return {client.width - 360, 10, 110, 200}; }
+Rectangle savePlace(const Rectangle& client) { return {client.width - 240, 10, 110, 28}; }
+Rectangle clearPlace(const Rectangle& client) { return {client.width - 120, 10, 110, 28}; }
+Rectangle viewPlace(const Rectangle& client) {
+  return {10, 48, client.width - 20, client.height - 58};
+}
+
+void createControlsOf(HWND window) {
+  const Rectangle client = clientRectangle(window);
+  const ControlRow rows[] = {
+      {kIdMonitorFilter, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, filterPlace(client)},
+      {kIdMonitorFormat, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, formatPlace(client)},
+      {kIdMonitorSave, L"BUTTON", L"Save TXT", BS_PUSHBUTTON, 0, savePlace(client)},
+      {kIdMonitorClear, L"BUTTON", L"Clear", BS_PUSHBUTTON, 0, clearPlace(client)},
+      {kIdMonitorView, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
+       WS_EX_CLIENTEDGE, viewPlace(client)},
+  };
+  createControls(window, rows);
+}
+
+int addEntry(HWND list, const std::wstring& text) {
+  return static_cast<int>(
+      SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str())));
+}
+
+int selectedIndex(HWND list) { return static_cast<int>(SendMessageW(list, CB_GETCURSEL, 0, 0)); }
+
+void select(HWND list, int index) {
+  SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+}
+
+// The filter that the selected entry stands for; kFilterOff when none is selected.
+std::int32_t selectedFilter() {
+  const HWND list = uiState().monitorFilterList;
+  const int index = selectedIndex(list);
+  if (index < 0) return kFilterOff;
+  return static_cast<std::int32_t>(
+      SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(index), 0));
+}
+
+}  // namespace
+
+LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      onCreate();
+      return 0;
+    case WM_SIZE:
+      onSize();
+      return 0;
+    case WM_COMMAND:
+      onCommand(LOWORD(wParam), HIWORD(wParam));
+      return 0;
+    case WM_CLOSE:
+      onClose();
+      return 0;
+    case kMonitorRefreshMessage:
+      onRefresh();
+      return 0;
+    case WM_TIMER:
+      if (tail_.onTimer(wParam)) return 0;
+      break;
+    default:
+      break;
+  }
+  return defaultResult(message, wParam, lParam);
+}
+
+void MonitorWindow::onCreate() {
+  createControlsOf(handle());
+  UiState& ui = uiState();
+  ui.monitorFilterList = GetDlgItem(handle(), kIdMonitorFilter);
+  ui.monitorFormatList = GetDlgItem(handle(), kIdMonitorFormat);
+  ui.monitorView = GetDlgItem(handle(), kIdMonitorView);
+  tail_.attach(ui.monitorView);
+  for (const wchar_t* name : kFormatNames) addEntry(ui.monitorFormatList, name);
+  select(ui.monitorFormatList, formatIndex(sharedState()));
+  rebuildFilterList();
+  tail_.show(openMonitor(sharedState(), view_));
+}
+
+void MonitorWindow::onSize() {
+  const Rectangle client = clientRectangle(handle());
+  Rectangle filter = filterPlace(client);
+  filter.width = std::max(filter.width, kMinFilterWidth);
+  const Placement placements[] = {{kIdMonitorFilter, filter},
+                                  {kIdMonitorFormat, formatPlace(client)},
+                                  {kIdMonitorSave, savePlace(client)},
+                                  {kIdMonitorClear, clearPlace(client)},
+                                  {kIdMonitorView, viewPlace(client)}};
+  placeControls(handle(), placements);
+}
+
+void MonitorWindow::onCommand(int id, int notification) {
+  switch (id) {
+    case kIdMonitorFilter:
+      if (notification != CBN_SELCHANGE) break;
+      tail_.show(chooseFilter(sharedState(), view_, selectedFilter()));
+      break;
+    case kIdMonitorFormat:
+      if (notification != CBN_SELCHANGE) break;
+      tail_.show(chooseFormat(sharedState(), view_, selectedIndex(uiState().monitorFormatList)));
+      break;
+    case kIdMonitorClear:
+      tail_.show(clearMonitor(sharedState(), view_));
+      break;
+    case kIdMonitorSave:
+      onSave();
+      break;
+    default:
+      break;
+  }
+}
+
+void MonitorWindow::onSave() {}
+
+void MonitorWindow::onRefresh() {
+  if (const std::wstring* text = view_.refresh()) tail_.show(*text);
+}
+
+void MonitorWindow::onClose() {
+  UiState& ui = uiState();
+  ui.monitorWindow = nullptr;
+  ui.monitorFilterList = nullptr;
+  ui.monitorFormatList = nullptr;
+  ui.monitorView = nullptr;
+  DestroyWindow(handle());
+}
+
+void rebuildFilterList() {
+  const HWND list = uiState().monitorFilterList;
+  if (list == nullptr) return;
+  SendMessageW(list, CB_RESETCONTENT, 0, 0);
+  for (const FilterEntry& entry : filterEntries(sharedState().rules.snapshot())) {
+    const int index = addEntry(list, entry.text);
+    SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(index), entry.value);
+  }
+  select(list, 0);
+}
+
+}  // namespace quillgate

@@ -1,0 +1,37 @@
+// The monitor window: a live dump of what is captured, with a filter, a format, an export and a way
+// to forget it all. UI thread only; other threads post kMonitorRefreshMessage.
+#pragma once
+
+#include <string>
+
+#include "ui/monitor_actions.h"
+#include "ui/win32/tail_view.h"
+#include "ui/win32/ui_state.h"
+#include "ui/win32/window.h"
+
+namespace quillgate {
+
+class MonitorWindow final : public Window {
+ public:
+  static constexpr const wchar_t* kClassName = L"QuillgateMonWnd";
+
+ protected:
+  LRESULT onMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+
+ private:
+  void onCreate();
+  void onSize();
+  void onCommand(int id, int notification);
+  void onSave();
+  void onRefresh();
+  void onClose();
+
+  MonitorView view_{sharedState().monitor};
+  TailView tail_;
+};
+
+// Fills the filter list anew from the rule table and selects its first entry, "monitoring off".
+// Does nothing while there is no filter list.
+void rebuildFilterList();
+
+}  // namespace quillgate
