@@ -102,9 +102,12 @@ TEST_P(SecondaryWindow, GoesWithTheMainWindow) {
   EXPECT_EQ(files.logMessages().back(), L"Server stopped.");
 }
 
-INSTANTIATE_TEST_SUITE_P(Ui, SecondaryWindow,
-                         testing::Values(Secondary{
-                             "Log", kIdOpenLog, L"QuillgateLogWnd", L"Log", {0, 0, 900, 520}}),
+constexpr Secondary kSecondaries[] = {
+    {"Monitor", kIdOpenMonitor, L"QuillgateMonWnd", L"Monitor", {0, 0, 980, 560}},
+    {"Log", kIdOpenLog, L"QuillgateLogWnd", L"Log", {0, 0, 900, 520}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Ui, SecondaryWindow, testing::ValuesIn(kSecondaries),
                          [](const auto& secondary) { return secondary.param.name; });
 
 }  // namespace
