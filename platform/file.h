@@ -25,9 +25,11 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
 
 // Makes `bytes` the content of the file at `path`. Whoever opens the path finds the old content or
 // the new one, whole, even if the process or the system ends in between: the bytes go into a file
-// beside it that is flushed and then takes its place. Where the folder allows no new file, an
-// existing file that can be written is written in place. A link is followed, a file that may not be
-// written is left alone. On false the old content stands as it was.
+// beside it (the path with ".quillgate-new" behind it) that is flushed and then takes its place.
+// One that an ended process has left is used again. Where the folder allows no new file, and on
+// Windows behind a link, an existing file is written in place. A link stays one. A file that may
+// not be written is left alone. Two that save to one path at once take turns. On false the old
+// content stands as it was.
 [[nodiscard]] bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes);
 
 // Creates the file at `path`, or empties the one that stands there, and writes each of `parts` that

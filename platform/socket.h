@@ -86,7 +86,8 @@ enum class WaitResult { readable, timedOut, failed };
 [[nodiscard]] Socket acceptConnection(const Socket& listener, SocketAddress& peer) noexcept;
 
 // Resolves a host name or a numeric address, IPv4 or IPv6, and a service, a decimal port, to the
-// first TCP address the system offers. Blocks as long as the system's resolver does.
+// first TCP address the system offers. Neither may be empty. Blocks as long as the system's
+// resolver does.
 [[nodiscard]] std::optional<SocketAddress> resolveFirst(const std::wstring& host,
                                                         const std::wstring& service);
 
@@ -103,7 +104,8 @@ enum class WaitResult { readable, timedOut, failed };
 
 // Receives one datagram that has already arrived, and its sender. Never blocks. Returns its size,
 // 0 for an empty one, or a negative value when there is none or on an error (a refusal reported for
-// an earlier datagram among them). A datagram larger than `buffer` is an error or is cut.
+// an earlier datagram among them, on some systems). A datagram larger than `buffer` is lost: an
+// error. After an error `buffer` and `sender` hold nothing of use.
 [[nodiscard]] std::int32_t receiveDatagram(const Socket& socket, std::span<std::byte> buffer,
                                            SocketAddress& sender) noexcept;
 
@@ -113,14 +115,15 @@ std::int32_t sendDatagram(const Socket& socket, std::span<const std::byte> data,
                           const SocketAddress& target) noexcept;
 
 // The IPv4 address written in `text` as four decimal numbers with dots, with `port`; empty for any
-// other text, host names among them.
+// other text, host names and leading zeros among them (platform/ipv4_text.h).
 [[nodiscard]] std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t port);
 
 // Whether two IPv4 addresses have the same address and the same port; the family is not compared.
 [[nodiscard]] bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept;
 
 // The address as text: "192.0.2.1:80", "[2001:db8::1]:80"; without ":port", and for IPv6 without
-// the brackets, when the port is 0. Empty when `address` is no address of a known family.
+// the brackets, when the port is 0. Empty when `address` is no address of a known family or has
+// more than 128 bytes.
 [[nodiscard]] std::optional<std::wstring> addressToText(std::span<const std::byte> address);
 
 }  // namespace quillgate::platform

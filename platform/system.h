@@ -26,19 +26,20 @@ struct LocalTime {
 // function of the seams. False when there are no sockets.
 [[nodiscard]] bool startPlatform() noexcept;
 
-// Ends what startPlatform() began, on the same thread. Sockets that are still open stop working;
-// threads that use them see errors.
+// Ends what startPlatform() began, on the same thread. Where that ends the socket library too, as
+// on Windows, sockets that are still open stop working and threads that use them see errors.
 void stopPlatform() noexcept;
 
 // The time now. Any thread.
 [[nodiscard]] LocalTime localTime() noexcept;
 
 // The folder for this user's application data that stays on this machine, without a separator at
-// its end; empty when the system names none.
+// its end; empty when the system names none. Before other threads run.
 [[nodiscard]] std::wstring localAppDataFolder();
 
-// Creates the folder and every missing folder above it; a relative path starts at the current
-// folder. True when the folder stands afterwards.
+// Creates the folder and every missing folder above it, for this user alone where rights are given
+// at creation; a relative path starts at the current folder. True when the folder stands
+// afterwards.
 bool createFolders(const std::wstring& path);
 
 }  // namespace quillgate::platform

@@ -50,21 +50,24 @@ class XmlDocument {
   XmlDocument& operator=(XmlDocument&&) noexcept;
   ~XmlDocument();
 
-  // Replaces the document by what `bytes` say. True only for a complete, well-formed document;
-  // after false the document is empty.
+  // Replaces the document by what `bytes` say; elements of the one before must not be used any
+  // more. True only for a complete, well-formed document; after false the document is empty. White
+  // space is kept.
   [[nodiscard]] bool parse(std::span<const std::byte> bytes);
 
   // The first element in document order that the absolute XPath selects, or nothing.
   [[nodiscard]] std::optional<XmlElement> selectSingleNode(const std::wstring& path) const;
 
-  // A new element that belongs to the document but stands nowhere in it yet.
+  // A new element that belongs to the document but stands nowhere in it yet. `name` is an XML name
+  // without a prefix.
   [[nodiscard]] std::optional<XmlElement> createElement(const std::wstring& name);
 
-  // Makes `root` the document element of an empty document.
+  // Makes `root` the document element; false when there is one already.
   bool appendChild(const XmlElement& root);
 
   // The document as UTF-8 without a declaration and without any blank that is not in the tree,
-  // ended by one line feed. Nothing when the library fails.
+  // ended by one line feed; an element without content is one tag. Nothing when there is no
+  // document element or the library fails.
   [[nodiscard]] std::optional<std::vector<std::byte>> print() const;
 
  private:

@@ -16,10 +16,10 @@ class Descriptor {
   Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
   Descriptor& operator=(Descriptor&&) = delete;
   ~Descriptor() {
-    if (isOpen()) ::close(number_);
+    if (*this) ::close(number_);
   }
 
-  [[nodiscard]] bool isOpen() const noexcept { return number_ >= 0; }
+  explicit operator bool() const noexcept { return number_ >= 0; }
   [[nodiscard]] int number() const noexcept { return number_; }
 
  private:

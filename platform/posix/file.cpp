@@ -19,6 +19,7 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // less the umask
 constexpr const char* kNewFileSuffix = ".quillgate-new";
+constexpr mode_t kModeBits = 07777;
 constexpr int kMostLinks = 40;  // as many as the kernel follows
 
 Descriptor openFile(const std::string& path, int flags) {
@@ -28,7 +29,7 @@ Descriptor openFile(const std::string& path, int flags) {
 
 std::optional<std::vector<std::byte>> readWhole(const std::string& path, std::size_t maxBytes) {
   const Descriptor file = openFile(path, O_RDONLY);
-  if (!file.isOpen()) return std::nullopt;
+  if (!file) return std::nullopt;
   std::vector<std::byte> content;
   std::array<std::byte, 16 * 1024> chunk;
   while (true) {
@@ -61,7 +62,7 @@ bool overwrite(const Descriptor& file, std::span<const std::byte> bytes) {
 bool overwriteInPlace(const std::string& path, std::span<const std::byte> bytes) {
   const auto old = readWhole(path, SIZE_MAX);
   const Descriptor file = openFile(path, O_WRONLY);
-  if (!old || !file.isOpen()) return false;
+  if (!old || !file) return false;
   if (overwrite(file, bytes)) return true;
   overwrite(file, *old);
   return false;
@@ -89,7 +90,7 @@ bool stillNames(const std::string& path, const Descriptor& file) {
 Descriptor openNewFile(const std::string& path) {
   while (true) {
     Descriptor file = openFile(path, O_RDWR | O_CREAT | O_NOFOLLOW);
-    if (!file.isOpen()) return file;
+    if (!file) return file;
     untilNotInterrupted([&] { return ::flock(file.number(), LOCK_EX); });
     if (stillNames(path, file)) return file;
   }
@@ -98,7 +99,25 @@ Descriptor openNewFile(const std::string& path) {
 void flushFolderOf(const std::string& path) {
   const std::string folder = std::filesystem::path(path).parent_path().native();
   const Descriptor descriptor = openFile(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY);
-  if (descriptor.isOpen()) ::fsync(descriptor.number());
+  if (descriptor) ::fsync(descriptor.number());
+}
+
+enum class Outcome { replaced, refused, failed };
+
+// Puts a new file with the content `bytes` where `target` is; it takes over the mode of `old`.
+Outcome replaceByNewFile(const std::string& target, std::span<const std::byte> bytes,
+                         const struct stat* old) {
+  const std::string beside = target + kNewFileSuffix;
+  const Descriptor file = openNewFile(beside);
+  if (!file) return Outcome::refused;
+  const bool written = (old == nullptr || ::fchmod(file.number(), old->st_mode & kModeBits) == 0) &&
+                       overwrite(file, bytes);
+  if (written && std::rename(beside.c_str(), target.c_str()) == 0) {
+    flushFolderOf(target);
+    return Outcome::replaced;
+  }
+  ::unlink(beside.c_str());
+  return written ? Outcome::refused : Outcome::failed;
 }
 
 }  // namespace
@@ -114,7 +133,7 @@ std::optional<std::vector<std::byte>> readFile(const std::wstring& path, std::si
 
 bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
   const Descriptor file = openFile(toBytes(path), O_WRONLY | O_APPEND | O_CREAT);
-  if (!file.isOpen()) return false;
+  if (!file) return false;
   const ssize_t count =
       untilNotInterrupted([&] { return ::write(file.number(), bytes.data(), bytes.size()); });
   return count >= 0 && static_cast<std::size_t>(count) == bytes.size();
@@ -123,27 +142,20 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
 bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
   const std::string target = endOfLinks(toBytes(path));
   struct stat old {};
-  const bool exists = ::stat(target.c_str(), &old) == 0;
-  if (exists && (!S_ISREG(old.st_mode) || !openFile(target, O_WRONLY).isOpen())) return false;
-
-  const std::string beside = target + kNewFileSuffix;
-  const Descriptor file = openNewFile(beside);
-  if (!file.isOpen()) return exists && overwriteInPlace(target, bytes);
-  const bool written =
-      (!exists || ::fchmod(file.number(), old.st_mode & 07777) == 0) && overwrite(file, bytes);
-  if (written && std::rename(beside.c_str(), target.c_str()) == 0) {
-    flushFolderOf(target);
-    return true;
+  if (::stat(target.c_str(), &old) != 0) {
+    if (errno != ENOENT) return false;
+    return replaceByNewFile(target, bytes, nullptr) == Outcome::replaced;
   }
-  ::unlink(beside.c_str());
-  return written && exists && overwriteInPlace(target, bytes);
+  if (!S_ISREG(old.st_mode) || !openFile(target, O_WRONLY)) return false;
+  const Outcome outcome = replaceByNewFile(target, bytes, &old);
+  return outcome == Outcome::replaced ||
+         (outcome == Outcome::refused && overwriteInPlace(target, bytes));
 }
 
 bool writeFileAnew(const std::wstring& path,
                    std::initializer_list<std::span<const std::byte>> parts) {
   const Descriptor file = openFile(toBytes(path), O_WRONLY | O_CREAT | O_TRUNC);
-  return file.isOpen() &&
-         std::ranges::all_of(parts, [&](const auto& part) { return writeAll(file, part); });
+  return file && std::ranges::all_of(parts, [&](const auto& part) { return writeAll(file, part); });
 }
 
 bool removeFile(const std::wstring& path) { return ::unlink(toBytes(path).c_str()) == 0; }

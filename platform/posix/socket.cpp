@@ -225,8 +225,8 @@ std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t p
 }
 
 bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept {
-  const auto left = nativeCopyOf<sockaddr_in>(a.view());
-  const auto right = nativeCopyOf<sockaddr_in>(b.view());
+  const auto left = nativeCopyOf<sockaddr_in>(a.bytes);
+  const auto right = nativeCopyOf<sockaddr_in>(b.bytes);
   return left.sin_addr.s_addr == right.sin_addr.s_addr && left.sin_port == right.sin_port;
 }
 

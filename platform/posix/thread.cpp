@@ -72,7 +72,8 @@ void Thread::join() {
   if (::pthread_equal(native_, ::pthread_self()) != 0) {
     throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
   }
-  ::pthread_join(std::exchange(native_, std::uintptr_t{0}), nullptr);
+  ::pthread_join(native_, nullptr);
+  native_ = 0;
 }
 
 void Thread::detach() noexcept {

@@ -13,14 +13,27 @@ namespace {
 
 constexpr const wchar_t* kNewFileSuffix = L".quillgate-new";
 constexpr std::size_t kMostBytesPerWrite = 1024 * 1024;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr int kMostAttempts = 20;
+constexpr DWORD kPauseMs = 10;
 
 FileHandle openFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
   return FileHandle(::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-bool exists(const std::wstring& path) {
-  return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+// Makes the call again for a while when it fails because somebody has the file open: a process that
+// reads or saves it at this moment, or a scanner that looks at what has just been written. For a
+// file that is being replaced, "access denied" can mean the same.
+template <typename Call>
+auto whenFree(Call call) {
+  for (int attempt = 1;; ++attempt) {
+    auto result = call();
+    const DWORD error = result ? ERROR_SUCCESS : ::GetLastError();
+    const bool mayPass = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
+    if (!mayPass || attempt == kMostAttempts) return result;
+    ::Sleep(kPauseMs);
+  }
 }
 
 bool writeAll(const FileHandle& file, std::span<const std::byte> bytes) {
@@ -51,25 +64,48 @@ bool overwrite(const FileHandle& file, std::span<const std::byte> bytes) {
 
 bool overwriteInPlace(const std::wstring& path, std::span<const std::byte> bytes) {
   const auto old = readFile(path, SIZE_MAX);
-  const FileHandle file = openFile(path, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
-  if (!old || !file.isOpen()) return false;
+  const auto file = whenFree([&] { return openFile(path, GENERIC_WRITE, 0, OPEN_EXISTING); });
+  if (!old || !file) return false;
   if (overwrite(file, bytes)) return true;
   overwrite(file, *old);
   return false;
 }
 
-bool writeNewFile(const FileHandle& file, std::span<const std::byte> bytes) {
-  return writeAll(file, bytes) && ::FlushFileBuffers(file.native()) != FALSE;
+bool mayBeWritten(const std::wstring& path) {
+  const auto open = [&] { return openFile(path, GENERIC_WRITE, kShareAll, OPEN_EXISTING); };
+  return static_cast<bool>(whenFree(open));
+}
+
+enum class Outcome { replaced, refused, failed };
+
+// Puts a new file with the content `bytes` where `target` is.
+Outcome replaceByNewFile(const std::wstring& target, std::span<const std::byte> bytes) {
+  const std::wstring beside = target + kNewFileSuffix;
+  // Open until it has its final name: whoever else saves to the same path waits until then.
+  const auto file = whenFree([&] {
+    return openFile(beside, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, CREATE_ALWAYS);
+  });
+  if (!file) return Outcome::refused;
+  const bool written = overwrite(file, bytes);
+  const auto takePlace = [&] {
+    return ::MoveFileExW(beside.c_str(), target.c_str(),
+                         MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+  };
+  if (written && whenFree(takePlace)) return Outcome::replaced;
+  ::DeleteFileW(beside.c_str());
+  return written ? Outcome::refused : Outcome::failed;
 }
 
 }  // namespace
 
-bool pathExists(const std::wstring& path) { return exists(path); }
+bool pathExists(const std::wstring& path) {
+  return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
 
 std::optional<std::vector<std::byte>> readFile(const std::wstring& path, std::size_t maxBytes) {
-  const FileHandle file = openFile(
-      path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING);
-  if (!file.isOpen()) return std::nullopt;
+  const auto file =
+      whenFree([&] { return openFile(path, GENERIC_READ, kShareAll, OPEN_EXISTING); });
+  if (!file) return std::nullopt;
   std::vector<std::byte> content;
   std::array<std::byte, 16 * 1024> chunk;
   while (true) {
@@ -86,7 +122,7 @@ std::optional<std::vector<std::byte>> readFile(const std::wstring& path, std::si
 
 bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
   const FileHandle file = openFile(path, FILE_APPEND_DATA, FILE_SHARE_READ, OPEN_ALWAYS);
-  if (!file.isOpen()) return false;
+  if (!file) return false;
   DWORD written = 0;
   return ::WriteFile(file.native(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
                      nullptr) != FALSE &&
@@ -94,29 +130,23 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
 }
 
 bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
-  const bool replacing = exists(path);
-  if (replacing && !openFile(path, GENERIC_WRITE,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING)
-                        .isOpen()) {
-    return false;
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    return replaceByNewFile(path, bytes) == Outcome::replaced;
   }
-  const std::wstring beside = path + kNewFileSuffix;
-  FileHandle file = openFile(beside, GENERIC_WRITE, 0, CREATE_ALWAYS);
-  if (!file.isOpen()) return replacing && overwriteInPlace(path, bytes);
-  const bool written = writeNewFile(file, bytes);
-  file.close();
-  if (written && ::MoveFileExW(beside.c_str(), path.c_str(),
-                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE) {
-    return true;
-  }
-  ::DeleteFileW(beside.c_str());
-  return written && replacing && overwriteInPlace(path, bytes);
+  if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0) return false;
+  // A new file would replace the link instead of what it leads to.
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return overwriteInPlace(path, bytes);
+  if (!mayBeWritten(path)) return false;
+  const Outcome outcome = replaceByNewFile(path, bytes);
+  return outcome == Outcome::replaced ||
+         (outcome == Outcome::refused && overwriteInPlace(path, bytes));
 }
 
 bool writeFileAnew(const std::wstring& path,
                    std::initializer_list<std::span<const std::byte>> parts) {
   const FileHandle file = openFile(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
-  return file.isOpen() &&
+  return file &&
          std::ranges::all_of(parts, [&](const auto& part) { return writeOnce(file, part); });
 }
 

@@ -14,14 +14,12 @@ class FileHandle {
   FileHandle(FileHandle&& other) noexcept
       : native_(std::exchange(other.native_, INVALID_HANDLE_VALUE)) {}
   FileHandle& operator=(FileHandle&&) = delete;
-  ~FileHandle() { close(); }
-
-  [[nodiscard]] bool isOpen() const noexcept { return native_ != INVALID_HANDLE_VALUE; }
-  [[nodiscard]] HANDLE native() const noexcept { return native_; }
-
-  void close() noexcept {
-    if (isOpen()) ::CloseHandle(std::exchange(native_, INVALID_HANDLE_VALUE));
+  ~FileHandle() {
+    if (*this) ::CloseHandle(native_);
   }
+
+  explicit operator bool() const noexcept { return native_ != INVALID_HANDLE_VALUE; }
+  [[nodiscard]] HANDLE native() const noexcept { return native_; }
 
  private:
   HANDLE native_;

@@ -49,7 +49,9 @@ sockaddr* nativeOf(SocketAddress& address) {
 template <typename Native>
 Native nativeCopyOf(std::span<const std::byte> address) {
   Native native{};
-  std::memcpy(&native, address.data(), std::min(sizeof(native), address.size()));
+  // Not memcpy: an empty span may have no address.
+  std::ranges::copy(address.first(std::min(sizeof(native), address.size())),
+                    std::as_writable_bytes(std::span(&native, 1)).begin());
   return native;
 }
 
@@ -190,18 +192,18 @@ std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t p
 }
 
 bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept {
-  const auto left = nativeCopyOf<sockaddr_in>(a.view());
-  const auto right = nativeCopyOf<sockaddr_in>(b.view());
+  const auto left = nativeCopyOf<sockaddr_in>(a.bytes);
+  const auto right = nativeCopyOf<sockaddr_in>(b.bytes);
   return left.sin_addr.s_addr == right.sin_addr.s_addr && left.sin_port == right.sin_port;
 }
 
 std::optional<std::wstring> addressToText(std::span<const std::byte> address) {
   if (address.size() > kAddressStorageBytes) return std::nullopt;
-  SocketAddress copy = addressFrom(address.data(), address.size());
+  auto copy = nativeCopyOf<sockaddr_storage>(address);
   wchar_t text[kMostAddressCharacters];
   DWORD length = kMostAddressCharacters;
-  if (::WSAAddressToStringW(nativeOf(copy), static_cast<DWORD>(copy.length), nullptr, text,
-                            &length) != 0) {
+  if (::WSAAddressToStringW(reinterpret_cast<sockaddr*>(&copy), static_cast<DWORD>(address.size()),
+                            nullptr, text, &length) != 0) {
     return std::nullopt;
   }
   return std::wstring(text);

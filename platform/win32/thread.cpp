@@ -3,7 +3,6 @@
 #include <process.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <climits>
 #include <exception>
 #include <system_error>
@@ -32,9 +31,10 @@ Thread::~Thread() {
 }
 
 void Thread::start(std::size_t stackBytes, std::unique_ptr<AnyBody> body) {
-  const auto reserved = static_cast<unsigned>(std::min(stackBytes, std::size_t{UINT_MAX}));
-  native_ = ::_beginthreadex(nullptr, reserved, &runThread, body.get(),
-                             STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  if (stackBytes <= UINT_MAX) {
+    native_ = ::_beginthreadex(nullptr, static_cast<unsigned>(stackBytes), &runThread, body.get(),
+                               STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  }
   if (native_ == 0) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }

@@ -109,6 +109,11 @@ ComPtr<IXMLDOMElement> firstElement(IXMLDOMNode* from, const std::wstring& query
   return element;
 }
 
+bool hasRoot(IXMLDOMDocument* document) {
+  ComPtr<IXMLDOMElement> root;
+  return document->get_documentElement(root.receive()) == S_OK && root;
+}
+
 bool appendTo(IXMLDOMNode* parent, IXMLDOMNode* child) {
   ComPtr<IXMLDOMNode> appended;
   return parent->appendChild(child, appended.receive()) == S_OK;
@@ -170,6 +175,10 @@ std::optional<std::wstring> XmlElement::text() const {
 }
 
 bool XmlElement::setText(const std::wstring& text) {
+  VARIANT_BOOL hasContent = VARIANT_FALSE;
+  native_->element->hasChildNodes(&hasContent);
+  // Otherwise some versions would put an empty text node in, which prints as two tags.
+  if (text.empty() && hasContent == VARIANT_FALSE) return true;
   const BasicString nativeText(text);
   return SUCCEEDED(native_->element->put_text(nativeText.get()));
 }
@@ -229,10 +238,12 @@ std::optional<XmlElement> XmlDocument::createElement(const std::wstring& name) {
 }
 
 bool XmlDocument::appendChild(const XmlElement& root) {
+  if (hasRoot(native_->document.get())) return false;
   return appendTo(native_->document.get(), root.native_->element.get());
 }
 
 std::optional<std::vector<std::byte>> XmlDocument::print() const {
+  if (!hasRoot(native_->document.get())) return std::nullopt;
   ComPtr<IStream> stream;
   if (FAILED(::CreateStreamOnHGlobal(nullptr, TRUE, stream.receive()))) return std::nullopt;
   const Variant destination(stream.get());
