@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -21,12 +20,12 @@ TempFolder::TempFolder() {
   do {
     folder = base / ("quillgate-test-" + std::to_string(random()));
   } while (!fs::create_directory(folder));
-  path_ = folder.wstring();
+  path_ = wideTextOf(folder);
 }
 
 TempFolder::~TempFolder() {
   std::error_code error;
-  fs::remove_all(path_, error);
+  fs::remove_all(pathOf(path_), error);
   EXPECT_FALSE(error) << error.message();
 }
 
@@ -36,23 +35,23 @@ std::wstring TempFolder::file(const std::wstring& name) const {
 
 std::vector<std::wstring> TempFolder::names() const {
   std::vector<std::wstring> found;
-  for (const auto& entry : fs::directory_iterator(path_)) {
-    found.push_back(entry.path().filename().wstring());
+  for (const auto& entry : fs::directory_iterator(pathOf(path_))) {
+    found.push_back(wideTextOf(entry.path().filename()));
   }
   std::ranges::sort(found);
   return found;
 }
 
 std::optional<std::string> contentOf(const std::wstring& path) {
-  std::ifstream file(fs::path(path), std::ios::binary);
+  std::ifstream file(pathOf(path), std::ios::binary);
   if (!file) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 void writeFile(const std::wstring& path, std::string_view content) {
-  std::ofstream file(fs::path(path), std::ios::binary | std::ios::trunc);
+  std::ofstream file(pathOf(path), std::ios::binary | std::ios::trunc);
   file << content << std::flush;
-  ASSERT_TRUE(file) << fs::path(path);
+  ASSERT_TRUE(file) << pathOf(path);
 }
 
 }  // namespace quillgate::test

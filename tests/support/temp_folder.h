@@ -1,6 +1,7 @@
 // A private folder for one test, and files as text.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,10 @@ class TempFolder {
  private:
   std::wstring path_;
 };
+
+// The same path for the standard library, whatever the locale, and back.
+[[nodiscard]] std::filesystem::path pathOf(const std::wstring& path);
+[[nodiscard]] std::wstring wideTextOf(const std::filesystem::path& path);
 
 // The bytes of a file; nothing when there is none. Not by way of the platform's file functions.
 [[nodiscard]] std::optional<std::string> contentOf(const std::wstring& path);

@@ -1,0 +1,13 @@
+// The part of tests/support/temp_folder.h that depends on what a path is made of.
+#include "platform/posix/text.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillgate::test {
+
+std::filesystem::path pathOf(const std::wstring& path) { return platform::toBytes(path); }
+
+std::wstring wideTextOf(const std::filesystem::path& path) {
+  return platform::toWide(path.native());
+}
+
+}  // namespace quillgate::test
