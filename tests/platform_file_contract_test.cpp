@@ -309,6 +309,25 @@ TEST(PlatformFile, HoldsOneWholeVersionWhenAProcessIsKilledWhileReplacing) {
   EXPECT_EQ(folder.names(), std::vector<std::wstring>{L"file"});
 }
 
+TEST(PlatformFile, WritesAFileAnewFromItsParts) {
+  const TempFolder folder;
+  const auto path = folder.file(L"export.txt");
+  const std::string content = awkwardBytes(3'000'000);
+  EXPECT_TRUE(writeFileAnew(path, {bytesOf("\xFF\xFE"), bytesOf(content)}));
+  EXPECT_EQ(contentOf(path), "\xFF\xFE" + content);
+  EXPECT_TRUE(writeFileAnew(path, {bytesOf("a"), {}, bytesOf("b")}));
+  EXPECT_EQ(contentOf(path), "ab");
+  EXPECT_TRUE(writeFileAnew(path, {}));
+  EXPECT_EQ(contentOf(path), "");
+}
+
+TEST(PlatformFile, WritesNothingAnewWhereNoFileCanBe) {
+  const TempFolder folder;
+  EXPECT_FALSE(writeFileAnew(folder.path(), {bytesOf("a")}));
+  EXPECT_FALSE(writeFileAnew(folder.file(L"missing/file"), {bytesOf("a")}));
+  EXPECT_TRUE(folder.names().empty());
+}
+
 TEST(PlatformFile, DeletesAFileButNoFolder) {
   const TempFolder folder;
   writeFile(folder.file(L"file"), "content");

@@ -308,6 +308,10 @@ TEST(PosixFile, ReportsALineThatDoesNotFitOnTheDisk) {
   EXPECT_FALSE(appendToFile(folder.file(L"log"), bytesOf("a")));
 }
 
+TEST(PosixFile, ReportsAFileWrittenAnewThatDoesNotFitOnTheDisk) {
+  EXPECT_FALSE(writeFileAnew(L"/dev/full", {bytesOf("content")}));
+}
+
 TEST(PosixFile, AppendsNothingToAFileThatMayNotBeWritten) {
   const TempFolder folder;
   const auto path = folder.file(L"log");
