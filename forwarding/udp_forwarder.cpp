@@ -16,6 +16,10 @@ using namespace std::chrono_literals;
 using platform::Socket;
 using platform::SocketAddress;
 
+// What may wait while the worker gets no processor. The 64 to 208 KiB that systems give by
+// themselves lose datagrams of a burst then.
+constexpr std::int32_t kReceiveBufferBytes = 1024 * 1024;
+
 // The life of one rule's socket after its set-up.
 class UdpRelay {
  public:
@@ -80,6 +84,7 @@ void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRu
   Socket socket = platform::openIpv4Socket(platform::Transport::udp);
   if (!socket.isOpen()) return log.write(L"[UDP] socket() failed.");
   platform::allowAddressReuse(socket);
+  platform::askForReceiveBuffer(socket, kReceiveBufferBytes);
   if (!platform::bindToAllIpv4(socket, rule.localPort)) {
     return log.write(L"[UDP] Failed to bind on local port " + localPort);
   }

@@ -66,6 +66,10 @@ class Socket {
 // Lets the local address be bound while an earlier connection of it is still closing. Best effort.
 void allowAddressReuse(const Socket& socket) noexcept;
 
+// Asks for room for `bytes` bytes that have arrived and wait to be received, so that a burst finds
+// some; the system may grant less. Best effort.
+void askForReceiveBuffer(const Socket& socket, std::int32_t bytes) noexcept;
+
 // Binds to `port` (host byte order) on all local IPv4 addresses.
 [[nodiscard]] bool bindToAllIpv4(const Socket& socket, std::uint16_t port) noexcept;
 

@@ -121,6 +121,10 @@ void allowAddressReuse(const Socket& socket) noexcept {
   ::setsockopt(descriptorOf(socket), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
 }
 
+void askForReceiveBuffer(const Socket& socket, std::int32_t bytes) noexcept {
+  ::setsockopt(descriptorOf(socket), SOL_SOCKET, SO_RCVBUF, &bytes, sizeof(bytes));
+}
+
 bool bindToAllIpv4(const Socket& socket, std::uint16_t port) noexcept {
   sockaddr_in address{};
   address.sin_family = AF_INET;

@@ -100,6 +100,11 @@ void allowAddressReuse(const Socket& socket) noexcept {
                sizeof(on));
 }
 
+void askForReceiveBuffer(const Socket& socket, std::int32_t bytes) noexcept {
+  ::setsockopt(socket.native(), SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char*>(&bytes),
+               sizeof(bytes));
+}
+
 bool bindToAllIpv4(const Socket& socket, std::uint16_t port) noexcept {
   sockaddr_in address{};
   address.sin_family = AF_INET;

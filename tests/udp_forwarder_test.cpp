@@ -1,0 +1,386 @@
+#include "forwarding/udp_forwarder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <semaphore>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/test_engine.h"
+#include "tests/support/test_sockets.h"
+
+namespace quillgate {
+namespace {
+
+using platform::Socket;
+using platform::Transport;
+using test::receiveNextDatagram;
+using test::ruleFor;
+using test::sendDatagramTo;
+using test::TestEngine;
+using Lines = std::vector<std::wstring>;
+
+constexpr std::size_t kLargestDatagram = 65507;
+
+std::string textOf(const std::vector<std::byte>& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string countingText(std::size_t size) {
+  std::string text(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) text[i] = static_cast<char>(i % 251);
+  return text;
+}
+
+// A rule with a target behind it, and the server started.
+class UdpForwarderTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    engine.setRule(ruleFor(Protocol::udp, port, test::localPort(target)), kIndex);
+    engine.state().monitor.captureOn = true;
+    engine.state().server.start();
+    ASSERT_TRUE(
+        engine.waitFor(L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort));
+  }
+
+  [[nodiscard]] std::wstring newClientText(const Socket& sender) const {
+    return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(test::localPort(sender)) +
+           L"  local " + local + L" -> 127.0.0.1:" + targetPort;
+  }
+
+  // What was logged about clients, in its order.
+  [[nodiscard]] Lines clientMessages() {
+    Lines found;
+    for (const std::wstring& message : engine.messages()) {
+      if (message.starts_with(L"[UDP] New client")) found.push_back(message);
+    }
+    return found;
+  }
+
+  // Sends from a client, or from the target, and expects that the other one receives it from the
+  // forwarder's port.
+  void expectRelayed(const Socket& from, const Socket& to, const std::string& text) {
+    ASSERT_TRUE(sendDatagramTo(from, port, text));
+    const auto datagram = receiveNextDatagram(to);
+    ASSERT_TRUE(datagram);
+    EXPECT_TRUE(datagram->text == text);
+    EXPECT_EQ(datagram->senderPort, port);
+  }
+
+  static constexpr std::int32_t kIndex = 6;
+  TestEngine engine;
+  Socket target = test::udpOnLoopback();
+  const Socket client = test::udpOnLoopback();
+  const std::uint16_t port = test::freePort(Transport::udp);
+  const std::wstring local = std::to_wstring(port);
+  const std::wstring targetPort = std::to_wstring(test::localPort(target));
+};
+
+TEST_F(UdpForwarderTest, RelaysBothWaysThroughItsLocalPort) {
+  expectRelayed(client, target, "question");
+  expectRelayed(target, client, "answer");
+  expectRelayed(target, client, "another answer");
+}
+
+TEST_F(UdpForwarderTest, CapturesTheClientAndEveryDatagram) {
+  expectRelayed(client, target, "question");
+  expectRelayed(target, client, "answer");
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(engine.capturedTexts(kIndex),
+            (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] S->C  "}));
+  EXPECT_EQ(engine.capturedTexts(), engine.capturedTexts(kIndex));
+  const auto records = engine.state().monitor.snapshot(kIndex);
+  EXPECT_EQ(textOf(records[0].payload), "");
+  EXPECT_EQ(textOf(records[1].payload), "question");
+  EXPECT_EQ(textOf(records[2].payload), "answer");
+}
+
+TEST_F(UdpForwarderTest, RelaysWithoutCapturingWhileCapturingIsOff) {
+  engine.state().monitor.captureOn = false;
+  expectRelayed(client, target, "question");
+  expectRelayed(target, client, "answer");
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(engine.capturedTexts(), Lines());
+}
+
+TEST_F(UdpForwarderTest, DropsAReplyBeforeAnyClientWithoutCapturingIt) {
+  ASSERT_TRUE(sendDatagramTo(target, port, "to nobody"));
+  expectRelayed(client, target, "question");  // comes after it through the same socket
+  expectRelayed(target, client, "answer");
+  EXPECT_EQ(engine.capturedTexts(),
+            (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] S->C  "}));
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+}
+
+TEST_F(UdpForwarderTest, LetsClientsTakeTurnsAndAnswersTheLastOne) {
+  const Socket other = test::udpOnLoopback();
+  const Lines newClients{newClientText(client), newClientText(other), newClientText(client)};
+
+  expectRelayed(client, target, "first");
+  expectRelayed(other, target, "second");
+  expectRelayed(target, other, "to the second");
+  expectRelayed(client, target, "first again");
+  expectRelayed(target, client, "to the first");
+
+  EXPECT_EQ(clientMessages(), newClients);
+  EXPECT_EQ(engine.capturedTexts(),
+            (Lines{newClients[0], L"[UDP] C->S  ", newClients[1], L"[UDP] C->S  ", L"[UDP] S->C  ",
+                   newClients[2], L"[UDP] C->S  ", L"[UDP] S->C  "}));
+  EXPECT_TRUE(test::staysQuiet(other));
+}
+
+TEST_F(UdpForwarderTest, ReportsAClientThatSendsTwiceOnce) {
+  expectRelayed(client, target, "first");
+  expectRelayed(client, target, "second");
+  expectRelayed(target, client, "answer");
+  expectRelayed(client, target, "third");
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(engine.capturedTexts(), (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] C->S  ",
+                                           L"[UDP] S->C  ", L"[UDP] C->S  "}));
+}
+
+TEST_F(UdpForwarderTest, TakesAnotherPortOfTheTargetsAddressForAClient) {
+  const Socket sameAddress = test::udpOnLoopback();
+  expectRelayed(client, target, "question");
+  expectRelayed(sameAddress, target, "not a reply");
+  EXPECT_EQ(clientMessages(), (Lines{newClientText(client), newClientText(sameAddress)}));
+}
+
+TEST_F(UdpForwarderTest, RelaysTheLargestDatagramWholeAndCapturesItsStart) {
+  const std::string largest = countingText(kLargestDatagram);
+  expectRelayed(client, target, largest);
+  expectRelayed(target, client, largest);
+  EXPECT_EQ(engine.capturedTexts(),
+            (Lines{newClientText(client), L"[UDP] C->S  (truncated)", L"[UDP] S->C  (truncated)"}));
+  const auto records = engine.state().monitor.snapshot(kIndex);
+  EXPECT_EQ(textOf(records[1].payload), largest.substr(0, 4096));
+  EXPECT_EQ(textOf(records[2].payload), largest.substr(0, 4096));
+}
+
+TEST_F(UdpForwarderTest, RelaysDatagramsOfEverySizeAtTheEdges) {
+  for (const std::size_t size : {1U, 2U, 511U, 512U, 1472U, 1473U, 4096U, 4097U, 8192U, 65506U}) {
+    expectRelayed(client, target, countingText(size));
+    expectRelayed(target, client, countingText(size));
+  }
+}
+
+TEST_F(UdpForwarderTest, IgnoresEmptyDatagrams) {
+  const Socket other = test::udpOnLoopback();
+  ASSERT_TRUE(sendDatagramTo(other, port, ""));
+  expectRelayed(client, target, "question");
+  ASSERT_TRUE(sendDatagramTo(other, port, ""));  // does not take the client's place
+  ASSERT_TRUE(sendDatagramTo(target, port, ""));
+  expectRelayed(target, client, "answer");
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(engine.capturedTexts(),
+            (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] S->C  "}));
+  EXPECT_TRUE(test::staysQuiet(other));
+}
+
+TEST_F(UdpForwarderTest, KeepsDatagramsApartAndInTheirOrder) {
+  for (int i = 0; i < 50; ++i) ASSERT_TRUE(sendDatagramTo(client, port, std::to_string(i)));
+  for (int i = 0; i < 50; ++i) {
+    const auto datagram = receiveNextDatagram(target);
+    ASSERT_TRUE(datagram);
+    EXPECT_EQ(datagram->text, std::to_string(i));
+  }
+}
+
+TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterATargetThatRefused) {
+  const std::uint16_t samePort = test::localPort(target);
+  target.close();
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(sendDatagramTo(client, port, "lost"));
+  ASSERT_TRUE(test::eventually([&] { return engine.capturedTexts().size() == 4; }));
+
+  target = platform::openIpv4Socket(Transport::udp);
+  ASSERT_TRUE(test::bindTo(target, test::loopback(samePort)));
+  expectRelayed(client, target, "question");
+  expectRelayed(target, client, "answer");
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+}
+
+TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterAClientThatHasGone) {
+  {
+    const Socket gone = test::udpOnLoopback();
+    expectRelayed(gone, target, "question");
+  }
+  ASSERT_TRUE(sendDatagramTo(target, port, "too late"));
+  expectRelayed(client, target, "question");
+  expectRelayed(target, client, "answer");
+}
+
+TEST_F(UdpForwarderTest, StopsWithinOnePollWhenNothingArrives) {
+  const auto start = std::chrono::steady_clock::now();
+  engine.state().server.stop();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+  EXPECT_EQ(engine.countOf(L"[UDP] Stopped local port " + local), 1U);
+}
+
+TEST_F(UdpForwarderTest, StopsWhileDatagramsFloodIn) {
+  std::jthread flood([&](const std::stop_token& ended) {
+    while (!ended.stop_requested()) static_cast<void>(sendDatagramTo(client, port, "flood"));
+  });
+  ASSERT_TRUE(engine.waitFor(newClientText(client)));
+  const auto start = std::chrono::steady_clock::now();
+  engine.state().server.stop();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+  EXPECT_EQ(engine.countOf(L"[UDP] Stopped local port " + local), 1U);
+}
+
+TEST_F(UdpForwarderTest, ForgetsItsClientWithAStop) {
+  expectRelayed(client, target, "question");
+  engine.state().server.stop();
+  engine.state().server.start();
+  ASSERT_TRUE(engine.waitFor(
+      L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort, 2));
+  ASSERT_TRUE(sendDatagramTo(target, port, "to nobody"));
+  expectRelayed(client, target, "question");
+  EXPECT_EQ(clientMessages(), (Lines{newClientText(client), newClientText(client)}));
+  EXPECT_TRUE(test::staysQuiet(client));
+}
+
+TEST_F(UdpForwarderTest, KeepsItsRuleWhileTheTableChanges) {
+  engine.setRule(ruleFor(Protocol::udp, port, 9), kIndex);
+  expectRelayed(client, target, "question");
+  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+}
+
+TEST_F(UdpForwarderTest, LosesNoneOfManyExchangesWhileCapturingGoesOnAndOff) {
+  std::jthread capturing([&](const std::stop_token& ended) {
+    while (!ended.stop_requested()) {
+      engine.state().monitor.captureOn = !engine.state().monitor.captureOn;
+      engine.state().monitor.clearAll();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  });
+  for (int i = 0; i < 1000; ++i) {
+    expectRelayed(client, target, std::to_string(i));
+    expectRelayed(target, client, std::to_string(i));
+    if (HasFatalFailure()) break;
+  }
+}
+
+// A worker's body called directly, so that what it leaves behind can be seen.
+class UdpWorkerTest : public testing::Test {
+ protected:
+  void run(const ForwardRule& rule) {
+    SharedState& state = engine.state();
+    runUdpRule({running, active, {state.log, state.monitor}}, 0, rule);
+  }
+
+  // Whether the port can be had for all local addresses.
+  [[nodiscard]] static bool isFree(std::uint16_t port) {
+    const Socket socket = platform::openIpv4Socket(Transport::udp);
+    return platform::bindToAllIpv4(socket, port);
+  }
+
+  TestEngine engine;
+  std::atomic<bool> running{true};
+  std::atomic<bool> active{false};
+  const std::uint16_t port = test::freePort(Transport::udp);
+  const std::wstring local = std::to_wstring(port);
+};
+
+TEST_F(UdpWorkerTest, SaysWhenItsPortCannotBeBound) {
+  const Socket taken = platform::openIpv4Socket(Transport::udp);
+  ASSERT_TRUE(platform::bindToAllIpv4(taken, port));
+  run(ruleFor(Protocol::udp, port, 9));
+  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " + local});
+  EXPECT_FALSE(active);
+}
+
+TEST_F(UdpWorkerTest, SaysWhenItsTargetIsAHostName) {
+  run(ruleFor(Protocol::udp, port, 9, L"localhost"));
+  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Invalid target IP: localhost"});
+  EXPECT_FALSE(active);
+  EXPECT_TRUE(isFree(port));
+}
+
+TEST_F(UdpWorkerTest, TakesOnlyDottedAddressesForTargets) {
+  const Lines notDotted{L"", L"::1", L"127.0.0.1 ", L" 127.0.0.1", L"127.1", L"1.2.3.256"};
+  Lines expected;
+  for (const std::wstring& targetIp : notDotted) {
+    run(ruleFor(Protocol::udp, port, 9, targetIp));
+    expected.push_back(L"[UDP] Invalid target IP: " + targetIp);
+  }
+  EXPECT_EQ(engine.messages(), expected);
+}
+
+TEST_F(UdpWorkerTest, BindsItsPortBeforeItLooksAtItsTarget) {
+  const Socket taken = platform::openIpv4Socket(Transport::udp);
+  ASSERT_TRUE(platform::bindToAllIpv4(taken, port));
+  run(ruleFor(Protocol::udp, port, 9, L"localhost"));
+  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " + local});
+}
+
+TEST_F(UdpWorkerTest, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
+  running = false;
+  run(ruleFor(Protocol::udp, port, 9, L"192.0.2.1"));
+  EXPECT_EQ(engine.messages(),
+            (Lines{L"[UDP] Listening on local port " + local + L" -> 192.0.2.1:9",
+                   L"[UDP] Stopped local port " + local}));
+  EXPECT_FALSE(active);
+  EXPECT_TRUE(isFree(port));
+}
+
+TEST_F(UdpWorkerTest, IsActiveFromItsStartToItsEnd) {
+  std::thread worker([&] { run(ruleFor(Protocol::udp, port, 9)); });
+  EXPECT_TRUE(engine.waitFor(L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:9"));
+  EXPECT_TRUE(active);
+  running = false;
+  worker.join();
+  EXPECT_FALSE(active);
+}
+
+// Holds the worker in its second line, the one about a new client, until it is let go.
+class HoldingNotifier final : public UiNotifier {
+ public:
+  void linesWait() noexcept override {
+    if (++lines != 2) return;
+    held.release();
+    letGo.acquire();
+  }
+  [[nodiscard]] bool recordsWatched() const noexcept override { return false; }
+  [[nodiscard]] bool recordsWait() noexcept override { return true; }
+
+  std::atomic<int> lines{0};
+  std::binary_semaphore held{0};
+  std::binary_semaphore letGo{0};
+};
+
+TEST(UdpWorker, KeepsABurstThatComesWhileItIsBusy) {
+  constexpr int kBurst = 120;  // more than the systems' own receive buffers hold
+  HoldingNotifier notifier;
+  EventLog log(notifier);
+  TrafficMonitor monitor(notifier);
+  std::atomic<bool> running{true};
+  std::atomic<bool> active{false};
+  const Socket target = test::udpOnLoopback();
+  platform::askForReceiveBuffer(target, 1024 * 1024);
+  const Socket client = test::udpOnLoopback();
+  const std::uint16_t port = test::freePort(Transport::udp);
+  std::thread worker([&] {
+    runUdpRule({running, active, {log, monitor}}, 0,
+               ruleFor(Protocol::udp, port, test::localPort(target)));
+  });
+  EXPECT_TRUE(test::eventually([&] { return notifier.lines == 1; }));
+
+  EXPECT_TRUE(sendDatagramTo(client, port, "first"));
+  EXPECT_TRUE(notifier.held.try_acquire_for(test::kDeadline));
+  for (int i = 0; i < kBurst; ++i) {
+    EXPECT_TRUE(sendDatagramTo(client, port, countingText(1400)));
+  }
+  notifier.letGo.release();
+
+  for (int i = 0; i < 1 + kBurst && !testing::Test::HasFailure(); ++i) {
+    EXPECT_TRUE(receiveNextDatagram(target)) << "datagram " << i;
+  }
+  running = false;
+  worker.join();
+}
+
+}  // namespace
+}  // namespace quillgate
