@@ -1,0 +1,33 @@
+// Replays what the fuzz targets have found worth keeping.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <span>
+#include <string>
+
+#include "tests/support/render_check.h"
+#include "tests/support/temp_folder.h"
+
+namespace quillgate {
+namespace {
+
+namespace fs = std::filesystem;
+
+void replay(const std::string& corpus,
+            const std::function<void(std::span<const std::byte>)>& check) {
+  std::size_t inputs = 0;
+  for (const auto& entry :
+       fs::directory_iterator(fs::path(QUILLGATE_TESTS_FOLDER) / "fuzz" / "corpus" / corpus)) {
+    const auto content = test::contentOf(entry.path().wstring());
+    ASSERT_TRUE(content) << entry.path();
+    EXPECT_NO_THROW(check(std::as_bytes(std::span(*content)))) << entry.path();
+    ++inputs;
+  }
+  EXPECT_GT(inputs, 0U) << "the corpus is empty";
+}
+
+TEST(FuzzCorpus, OfTheRenderingsHoldsTheirRules) { replay("render", test::checkRendering); }
+
+}  // namespace
+}  // namespace quillgate
