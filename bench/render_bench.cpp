@@ -1,5 +1,5 @@
-// Times what the monitor costs at the full store: rebuilding the view, one refresh, the export and
-// the memory. Prints one line per measurement.
+// Times what the monitor costs at the full store: rebuilding the view, one refresh, the export.
+// Prints one line for each.
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -7,21 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "bench/no_ui.h"
 #include "monitor/monitor_view.h"
-#include "monitor/record_renderer.h"
 #include "monitor/traffic_monitor.h"
 
 namespace {
 
 using namespace quillgate;
 using Clock = std::chrono::steady_clock;
-
-class NobodyWatches final : public UiNotifier {
- public:
-  void linesWait() noexcept override {}
-  [[nodiscard]] bool recordsWatched() const noexcept override { return false; }
-  [[nodiscard]] bool recordsWait() noexcept override { return true; }
-};
 
 template <typename Work>
 double millisecondsOf(const Work& work) {
@@ -30,7 +23,7 @@ double millisecondsOf(const Work& work) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-// Bytes a line of which never ends: the worst case of the ASCII view.
+// Without a line break: the most characters that the ASCII view can come to.
 std::vector<std::byte> printablePayload() {
   std::vector<std::byte> payload(kMaxPayloadBytes);
   for (std::size_t i = 0; i < payload.size(); ++i) payload[i] = static_cast<std::byte>(33 + i % 94);
@@ -56,7 +49,7 @@ void measureFormat(TrafficMonitor& monitor, const std::vector<std::byte>& payloa
 }  // namespace
 
 int main() {
-  static NobodyWatches nobody;
+  static bench::NoUi nobody;
   static TrafficMonitor monitor(nobody);
   monitor.choose(kFilterAll);
   const auto payload = printablePayload();
