@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include "tests/support/test_sockets.h"
@@ -145,12 +146,53 @@ TEST_F(ProgramWithTraffic, GoesOnWithOpenSessionsWhenTheServerStops) {
   EXPECT_EQ(receiveExactly(server, 10), "still here");
 }
 
-TEST_F(ProgramWithTraffic, EndsAtOnceWithTwoHundredOpenSessions) {
-  closeUnderTraffic({.sessions = 200, .times = 5});
+// Random bytes that both ends of a stream can make for themselves, so that every one is compared.
+class RandomStream {
+ public:
+  explicit RandomStream(std::uint64_t seed) : state_(seed) {}
+
+  std::string next(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i + sizeof(state_) <= size; i += sizeof(state_)) {
+      state_ ^= state_ << 13;
+      state_ ^= state_ >> 7;
+      state_ ^= state_ << 17;
+      std::memcpy(bytes.data() + i, &state_, sizeof(state_));
+    }
+    return bytes;
+  }
+
+ private:
+  std::uint64_t state_;
+};
+
+TEST_F(ProgramWithTraffic, MovesAQuarterGibibyteEachWayAtOnceUnchanged) {
+  constexpr std::size_t kChunk = 64 * 1024;
+  constexpr std::size_t kChunks = (256 << 20) / kChunk;
+  startForwarding();
+  const Socket client = connectToLoopback(port);
+  const Socket server = acceptFrom(target);
+  const auto sendTo = [](const Socket& socket, std::uint64_t seed) {
+    RandomStream stream(seed);
+    for (std::size_t i = 0; i < kChunks; ++i) ASSERT_TRUE(sendAll(socket, stream.next(kChunk)));
+  };
+  const auto receiveFrom = [](const Socket& socket, std::uint64_t seed) {
+    RandomStream stream(seed);
+    for (std::size_t i = 0; i < kChunks; ++i) {
+      ASSERT_TRUE(receiveExactly(socket, kChunk) == stream.next(kChunk)) << "chunk " << i;
+    }
+  };
+  std::thread up([&] { sendTo(client, 1); });
+  std::thread down([&] { sendTo(server, 2); });
+  std::thread upEnd([&] { receiveFrom(server, 1); });
+  receiveFrom(client, 2);
+  up.join();
+  down.join();
+  upEnd.join();
 }
 
-TEST_F(ProgramWithTraffic, EndsAtOnceFiftyTimesInARow) {
-  closeUnderTraffic({.sessions = 10, .times = 50});
+TEST_F(ProgramWithTraffic, EndsAtOnceWithTwoHundredOpenSessionsFiftyTimesInARow) {
+  closeUnderTraffic({.sessions = 200, .times = 50});
 }
 
 }  // namespace
