@@ -3,10 +3,10 @@
 // exception that leaves the body.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <type_traits>
 #include <utility>
 
 namespace quillgate::platform {
@@ -22,9 +22,8 @@ class Thread {
 
   // Starts `body`, a callable without arguments that the new thread owns and destroys. Throws
   // std::system_error (resource_unavailable_try_again) when the system has no thread left.
-  template <typename Body>
-  requires std::is_invocable_v<Body&> &&
-      (!std::is_same_v<std::decay_t<Body>, Thread>)Thread(std::size_t stackBytes, Body body) {
+  template <std::invocable Body>
+  Thread(std::size_t stackBytes, Body body) {
     start(stackBytes, std::make_unique<BodyOf<Body>>(std::move(body)));
   }
 

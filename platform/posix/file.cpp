@@ -17,6 +17,7 @@
 namespace quillgate::platform {
 namespace {
 
+constexpr std::size_t kReadBytes = 16384;
 constexpr mode_t kNewFileMode = 0666;  // less the umask
 constexpr const char* kNewFileSuffix = ".quillgate-new";
 constexpr mode_t kModeBits = 07777;
@@ -31,7 +32,7 @@ std::optional<std::vector<std::byte>> readWhole(const std::string& path, std::si
   const Descriptor file = openFile(path, O_RDONLY);
   if (!file) return std::nullopt;
   std::vector<std::byte> content;
-  std::array<std::byte, 16 * 1024> chunk;
+  std::array<std::byte, kReadBytes> chunk;
   while (true) {
     const ssize_t count =
         untilNotInterrupted([&] { return ::read(file.number(), chunk.data(), chunk.size()); });

@@ -12,6 +12,7 @@ namespace quillgate::platform {
 namespace {
 
 constexpr const wchar_t* kNewFileSuffix = L".quillgate-new";
+constexpr std::size_t kReadBytes = 16384;
 constexpr std::size_t kMostBytesPerWrite = 1024 * 1024;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr int kMostAttempts = 20;
@@ -107,7 +108,7 @@ std::optional<std::vector<std::byte>> readFile(const std::wstring& path, std::si
       whenFree([&] { return openFile(path, GENERIC_READ, kShareAll, OPEN_EXISTING); });
   if (!file) return std::nullopt;
   std::vector<std::byte> content;
-  std::array<std::byte, 16 * 1024> chunk;
+  std::array<std::byte, kReadBytes> chunk;
   while (true) {
     DWORD count = 0;
     if (::ReadFile(file.native(), chunk.data(), static_cast<DWORD>(chunk.size()), &count,

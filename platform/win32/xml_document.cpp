@@ -6,8 +6,7 @@
 #include <objbase.h>
 #include <oleauto.h>
 
-#include <climits>
-#include <cstring>
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -79,7 +78,7 @@ class Variant {
     if (array == nullptr) throw std::bad_alloc();
     native_.parray = array;
     native_.vt = VT_ARRAY | VT_UI1;
-    std::memcpy(array->pvData, bytes.data(), bytes.size());
+    std::ranges::copy(bytes, static_cast<std::byte*>(array->pvData));
   }
   explicit Variant(IUnknown* object) : Variant() {
     object->AddRef();

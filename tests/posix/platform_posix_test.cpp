@@ -1,5 +1,5 @@
-// What only a POSIX system can do to the platform's functions: signals, limits of the process,
-// bytes that are no text.
+// What only a POSIX system can do to the platform's functions: links, signals, limits of the
+// process, bytes that are no text.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
