@@ -384,6 +384,27 @@ TEST(PlatformSocket, SendsDatagramsAsFastAsItIsAsked) {
   }
 }
 
+// How many of 500 datagrams that nobody receives yet are still there afterwards.
+int keptOfABurst(std::int32_t receiveBufferBytes) {
+  const Socket receiver = udpOnLoopback();
+  askForReceiveBuffer(receiver, receiveBufferBytes);
+  const Socket sender = udpOnLoopback();
+  for (int i = 0; i < 500; ++i) {
+    EXPECT_TRUE(test::sendDatagramTo(sender, localPort(receiver), std::string(1000, 'x')));
+  }
+  std::array<std::byte, 1000> buffer;
+  SocketAddress from;
+  int kept = 0;
+  while (receiveDatagram(receiver, buffer, from) > 0) ++kept;
+  return kept;
+}
+
+TEST(PlatformSocket, KeepsMoreOfABurstWithALargerReceiveBuffer) {
+  const int few = keptOfABurst(8 * 1024);
+  EXPECT_GT(few, 0);
+  EXPECT_GT(keptOfABurst(1024 * 1024), 2 * few);
+}
+
 TEST(PlatformSocket, WaitsAndReceivesBesideMoreThanAThousandOtherSockets) {
   std::vector<Socket> others;
   for (int i = 0; i < 1100; ++i) {
