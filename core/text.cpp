@@ -22,19 +22,6 @@ void appendUnit(std::uint32_t unit, std::vector<std::byte>& bytes) {
   bytes.push_back(static_cast<std::byte>(unit >> 8 & 0xFF));
 }
 
-// Whether a character is one unit of UTF-16.
-constexpr bool isUnit(wchar_t c) { return static_cast<wchar_t>(static_cast<char16_t>(c)) == c; }
-
-void appendCharacter(std::uint32_t character, std::vector<std::byte>& bytes) {
-  constexpr std::uint32_t kReplacement = 0xFFFD;
-  if (character > 0x10FFFF) character = kReplacement;
-  if (character > 0xFFFF) {
-    appendUnit(0xD800 + ((character - 0x10000) >> 10), bytes);
-    character = 0xDC00 + ((character - 0x10000) & 0x3FF);
-  }
-  appendUnit(character, bytes);
-}
-
 }  // namespace
 
 std::wstring_view trimmed(std::wstring_view text) {
@@ -71,17 +58,18 @@ bool equalsIgnoringCase(std::wstring_view a, std::wstring_view b) {
 }
 
 void appendUtf16le(std::wstring_view text, std::vector<std::byte>& bytes) {
-  // An export has hundreds of millions of characters that are one unit each: they go in one piece.
-  const auto units =
-      static_cast<std::size_t>(std::ranges::find_if_not(text, isUnit) - text.begin());
-  const std::size_t start = bytes.size();
-  bytes.resize(start + units * 2);
-  std::byte* const out = bytes.data() + start;
-  for (std::size_t i = 0; i < units; ++i) {
-    out[2 * i] = static_cast<std::byte>(text[i] & 0xFF);
-    out[2 * i + 1] = static_cast<std::byte>(text[i] >> 8 & 0xFF);
+  constexpr std::uint32_t kReplacement = 0xFFFD;
+  for (const wchar_t c : text) {
+    auto character = static_cast<std::uint32_t>(c);
+    if constexpr (sizeof(wchar_t) > 2) {
+      if (character > 0x10FFFF) character = kReplacement;
+      if (character > 0xFFFF) {
+        appendUnit(0xD800 + ((character - 0x10000) >> 10), bytes);
+        character = 0xDC00 + ((character - 0x10000) & 0x3FF);
+      }
+    }
+    appendUnit(character, bytes);
   }
-  for (const wchar_t c : text.substr(units)) appendCharacter(static_cast<std::uint32_t>(c), bytes);
 }
 
 }  // namespace quillgate

@@ -32,9 +32,7 @@ std::vector<std::byte> buildExportText(const RecordList& records, std::int32_t f
   std::vector<std::byte> text;
   text.reserve(length * 2);
   appendUtf16le(header, text);
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    appendUtf16le(renderRecord(records[i], format), text);
-  }
+  for (std::size_t i = 0; i < records.size(); ++i) appendRecordUtf16le(records[i], format, text);
   return text;
 }
 

@@ -3,35 +3,58 @@
 #include <algorithm>
 #include <string_view>
 
+#include "core/text.h"
+
 namespace quillgate {
 namespace {
 
 constexpr std::size_t kHexBytesPerLine = 32;
 constexpr std::wstring_view kLineBreak = L"\r\n";
 
-// The writers below put characters into room that was measured before: an export renders hundreds
-// of millions, and a check of the capacity for each would cost more than the rendering.
+// Where the characters of a dump go, all of them ASCII. There is room for them, because it was
+// measured: an export has hundreds of millions, and looking at the capacity for each would cost
+// more than the rendering.
 
-wchar_t* write(std::wstring_view text, wchar_t* out) { return std::ranges::copy(text, out).out; }
+struct WideOutput {
+  wchar_t* next;
+
+  void put(char c) { *next++ = static_cast<wchar_t>(c); }
+};
+
+struct Utf16leOutput {
+  std::byte* next;
+
+  void put(char c) {
+    *next++ = static_cast<std::byte>(c);
+    *next++ = std::byte{0};
+  }
+};
+
+template <typename Output>
+void putLineBreak(Output& output) {
+  output.put('\r');
+  output.put('\n');
+}
 
 std::size_t hexLength(std::size_t bytes) {
   const std::size_t fullLines = bytes / kHexBytesPerLine;
-  return bytes * 3 + fullLines * (kLineBreak.size() - 1) + kLineBreak.size();
+  return bytes * 3 + fullLines + kLineBreak.size();
 }
 
-wchar_t* writeHex(std::span<const std::byte> payload, wchar_t* out) {
-  constexpr std::wstring_view kDigits = L"0123456789ABCDEF";
+template <typename Output>
+void putHex(std::span<const std::byte> payload, Output output) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
   for (std::size_t i = 0; i < payload.size(); ++i) {
     const auto value = std::to_integer<std::size_t>(payload[i]);
-    *out++ = kDigits[value >> 4];
-    *out++ = kDigits[value & 15];
+    output.put(kDigits[value >> 4]);
+    output.put(kDigits[value & 15]);
     if ((i + 1) % kHexBytesPerLine == 0) {
-      out = write(kLineBreak, out);
+      putLineBreak(output);
     } else {
-      *out++ = L' ';
+      output.put(' ');
     }
   }
-  return write(kLineBreak, out);
+  putLineBreak(output);
 }
 
 std::size_t asciiLength(std::span<const std::byte> payload) {
@@ -41,41 +64,47 @@ std::size_t asciiLength(std::span<const std::byte> payload) {
          kLineBreak.size();
 }
 
-wchar_t* writeAscii(std::span<const std::byte> payload, wchar_t* out) {
+template <typename Output>
+void putAscii(std::span<const std::byte> payload, Output output) {
   for (const std::byte byte : payload) {
-    const auto value = std::to_integer<wchar_t>(byte);
-    if (value == L'\r') continue;
-    if (value == L'\n') {
-      out = write(kLineBreak, out);
+    const auto c = std::to_integer<char>(byte);
+    if (c == '\r') continue;
+    if (c == '\n') {
+      putLineBreak(output);
     } else {
-      *out++ = value >= L' ' && value <= L'~' ? value : L'.';
+      output.put(c >= ' ' && c <= '~' ? c : '.');
     }
   }
-  return write(kLineBreak, out);
+  putLineBreak(output);
 }
 
 std::size_t dumpLength(std::span<const std::byte> payload, DumpFormat format) {
   return format == DumpFormat::hex ? hexLength(payload.size()) : asciiLength(payload);
 }
 
-wchar_t* writeDump(std::span<const std::byte> payload, DumpFormat format, wchar_t* out) {
-  return format == DumpFormat::hex ? writeHex(payload, out) : writeAscii(payload, out);
+template <typename Output>
+void putDump(std::span<const std::byte> payload, DumpFormat format, Output output) {
+  return format == DumpFormat::hex ? putHex(payload, output) : putAscii(payload, output);
 }
 
-std::wstring renderDump(std::span<const std::byte> payload, DumpFormat format) {
-  std::wstring text(dumpLength(payload, format), L'\0');
-  writeDump(payload, format, text.data());
-  return text;
+void appendDump(std::span<const std::byte> payload, DumpFormat format, std::wstring& text) {
+  const std::size_t start = text.size();
+  text.resize(start + dumpLength(payload, format));
+  putDump(payload, format, WideOutput{text.data() + start});
 }
 
 }  // namespace
 
 std::wstring renderHex(std::span<const std::byte> payload) {
-  return renderDump(payload, DumpFormat::hex);
+  std::wstring text;
+  appendDump(payload, DumpFormat::hex, text);
+  return text;
 }
 
 std::wstring renderAscii(std::span<const std::byte> payload) {
-  return renderDump(payload, DumpFormat::ascii);
+  std::wstring text;
+  appendDump(payload, DumpFormat::ascii, text);
+  return text;
 }
 
 std::size_t renderedLength(const MonitorRecord& record, DumpFormat format) {
@@ -84,14 +113,22 @@ std::size_t renderedLength(const MonitorRecord& record, DumpFormat format) {
 }
 
 std::wstring renderRecord(const MonitorRecord& record, DumpFormat format) {
-  std::wstring text(renderedLength(record, format), L'\0');
-  wchar_t* out = text.data();
-  for (const std::wstring_view part :
-       {std::wstring_view(record.timestamp), std::wstring_view(record.text), kLineBreak}) {
-    out = write(part, out);
-  }
-  if (!record.payload.empty()) writeDump(record.payload, format, out);
+  std::wstring text;
+  text.reserve(renderedLength(record, format));
+  text.append(record.timestamp).append(record.text).append(kLineBreak);
+  if (!record.payload.empty()) appendDump(record.payload, format, text);
   return text;
+}
+
+void appendRecordUtf16le(const MonitorRecord& record, DumpFormat format,
+                         std::vector<std::byte>& bytes) {
+  appendUtf16le(record.timestamp, bytes);
+  appendUtf16le(record.text, bytes);
+  appendUtf16le(kLineBreak, bytes);
+  if (record.payload.empty()) return;
+  const std::size_t start = bytes.size();
+  bytes.resize(start + dumpLength(record.payload, format) * 2);
+  putDump(record.payload, format, Utf16leOutput{bytes.data() + start});
 }
 
 }  // namespace quillgate

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "monitor/monitor_record.h"
 
@@ -23,6 +24,10 @@ enum class DumpFormat { hex, ascii };
 
 // The time stamp and the text in one line; the payload, if there is one, in the lines after it.
 [[nodiscard]] std::wstring renderRecord(const MonitorRecord& record, DumpFormat format);
+
+// The same text appended in UTF-16LE, the payload's lines without a wide string in between.
+void appendRecordUtf16le(const MonitorRecord& record, DumpFormat format,
+                         std::vector<std::byte>& bytes);
 
 // How many characters renderRecord() gives.
 [[nodiscard]] std::size_t renderedLength(const MonitorRecord& record, DumpFormat format);

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/text.h"
 #include "tests/support/golden.h"
 
 namespace quillgate {
@@ -109,6 +110,19 @@ TEST(RenderRecord, PutsThePayloadAfterTheHeaderLine) {
 TEST(RenderRecord, KeepsAnyTextAsItIs) {
   const MonitorRecord record{L"", L"a\nb\r\n\u00E4\u20AC\t", {}};
   EXPECT_EQ(renderRecord(record, DumpFormat::ascii), L"a\nb\r\n\u00E4\u20AC\t\r\n");
+}
+
+TEST(AppendRecordUtf16le, AppendsTheRenderedRecord) {
+  for (const auto& payload : {std::vector<std::byte>(), everyByte()}) {
+    const MonitorRecord record{L"stamp  ", L"t\u00E4xt\n", payload};
+    for (const DumpFormat format : {DumpFormat::hex, DumpFormat::ascii}) {
+      std::vector<std::byte> expected = bytes({0xFF, 0xFE});
+      std::vector<std::byte> appended = expected;
+      appendUtf16le(renderRecord(record, format), expected);
+      appendRecordUtf16le(record, format, appended);
+      EXPECT_EQ(appended, expected);
+    }
+  }
 }
 
 TEST(RenderedLength, IsTheLengthOfTheRenderedRecord) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/text.h"
 #include "monitor/record_renderer.h"
 
 namespace quillgate::test {
@@ -67,8 +68,13 @@ void checkRendering(std::span<const std::byte> payload) {
 
   const MonitorRecord record{L"stamp  ", L"text", {payload.begin(), payload.end()}};
   for (const DumpFormat format : {DumpFormat::hex, DumpFormat::ascii}) {
-    require(renderedLength(record, format) == renderRecord(record, format).size(),
-            "a record has not the measured length");
+    const std::wstring text = renderRecord(record, format);
+    require(renderedLength(record, format) == text.size(), "a record has not the measured length");
+    std::vector<std::byte> expected;
+    std::vector<std::byte> appended;
+    appendUtf16le(text, expected);
+    appendRecordUtf16le(record, format, appended);
+    require(appended == expected, "a record is another one in UTF-16LE");
   }
 }
 
