@@ -134,7 +134,7 @@ TEST_F(MonitorActions, ClearingWhileMonitoringIsOffShowsTheNotice) {
 
 TEST_F(MonitorActions, SavingWritesAByteOrderMarkAndTheExport) {
   const test::TempFolder folder;
-  const std::wstring path = folder.file(kExportFileName);
+  const std::wstring path = folder.file(L"monitor.txt");
   monitor.choose(kFilterAll);
   monitor.captureEvent(0, L"event");
   test::writeFile(path, std::string(100000, 'x'));  // goes

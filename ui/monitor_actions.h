@@ -31,9 +31,6 @@ inline constexpr const wchar_t* kFormatNames[] = {L"ASCII", L"HEX"};
 // "Clear": forgets all records and goes on capturing.
 [[nodiscard]] const std::wstring& clearMonitor(SharedState& state, MonitorView& view);
 
-// The name that the dialog of "Save TXT" proposes.
-inline constexpr const wchar_t* kExportFileName = L"monitor.txt";
-
 // "Save TXT", after the dialog: writes the records that `filterValue` chooses, the filter list's
 // selection before the dialog, to a new file at `path`. False when that fails; the file stays as
 // far as it got then, and nothing is logged.
