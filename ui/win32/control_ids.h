@@ -25,6 +25,18 @@ inline constexpr int kIdMonitorClear = 6003;
 inline constexpr int kIdMonitorFormat = 6004;
 inline constexpr int kIdMonitorSave = 6005;
 
+// Rule editor. The controls of the first rule; each further row is kIdRuleRowStep higher.
+inline constexpr int kIdRuleEnabled = 4000;
+inline constexpr int kIdRuleProto = 4001;
+inline constexpr int kIdRuleLocalPort = 4002;
+inline constexpr int kIdRuleTargetIp = 4003;
+inline constexpr int kIdRuleTargetPort = 4004;
+inline constexpr int kIdRuleRowStep = 10;
+inline constexpr int kIdSaveRules = 3001;
+inline constexpr int kIdCancelRules = 3002;
+inline constexpr int kIdExportRules = 3003;
+inline constexpr int kIdImportRules = 3004;
+
 // Posted to the log window: new lines wait in the event log.
 inline constexpr UINT kLogNewLineMessage = WM_APP + 10;
 // Posted to the monitor window: new records wait in the capture store.

@@ -39,21 +39,6 @@ void scrollToEnd(HWND list) {
   if (count > 0) SendMessageW(list, LB_SETTOPINDEX, static_cast<WPARAM>(count - 1), 0);
 }
 
-// Keeps the list from drawing itself while many lines change.
-class RedrawPause {
- public:
-  explicit RedrawPause(HWND list) : list_(list) { SendMessageW(list_, WM_SETREDRAW, FALSE, 0); }
-  ~RedrawPause() {
-    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(list_, nullptr, TRUE);
-  }
-  RedrawPause(const RedrawPause&) = delete;
-  RedrawPause& operator=(const RedrawPause&) = delete;
-
- private:
-  HWND list_;
-};
-
 ListPosition positionOf(HWND list) {
   return {countOf(list), static_cast<int>(SendMessageW(list, LB_GETTOPINDEX, 0, 0)),
           clientRectangle(list).height,

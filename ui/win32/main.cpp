@@ -7,6 +7,8 @@
 
 #include "engine/shared_state.h"
 #include "platform/system.h"
+#include "ui/dialogs.h"
+#include "ui/win32/dialogs_win32.h"
 #include "ui/win32/main_window.h"
 #include "ui/win32/ui_state.h"
 
@@ -34,7 +36,7 @@ int run(HINSTANCE instance, int showCommand) {
   UiState& ui = uiState();
   ui.appInstance = instance;
   if (!platform::startPlatform()) {
-    MessageBoxW(nullptr, L"WSAStartup failed.", L"Error", MB_ICONERROR);
+    showError(nullptr, kNoSocketsError);
     return 1;
   }
   const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES};

@@ -6,6 +6,7 @@
 #include "ui/win32/control_ids.h"
 #include "ui/win32/log_window.h"
 #include "ui/win32/monitor_window.h"
+#include "ui/win32/rule_editor.h"
 #include "ui/win32/secondary_window.h"
 #include "ui/win32/status_indicator.h"
 #include "ui/win32/status_panel.h"
@@ -90,6 +91,10 @@ void MainWindow::onCommand(int id) {
   switch (id) {
     case kIdStartStop:
       onStartStop();
+      break;
+    case kIdOpenConfig:
+      openSecondaryWindow({uiState().configWindow, RuleEditor::kClassName, L"Config", 700, 430,
+                           makeWindow<RuleEditor>});
       break;
     case kIdOpenLog:
       openSecondaryWindow(

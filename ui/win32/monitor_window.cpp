@@ -1,10 +1,11 @@
 #include "ui/win32/monitor_window.h"
 
 #include <algorithm>
-#include <cstdint>
 
+#include "ui/dialogs.h"
 #include "ui/filter_list.h"
 #include "ui/win32/control_ids.h"
+#include "ui/win32/dialogs_win32.h"
 
 namespace quillgate {
 
@@ -44,15 +45,6 @@ void select(HWND list, int index) {
   SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
 }
 
-// The filter that the selected entry stands for; kFilterOff when none is selected.
-std::int32_t selectedFilter() {
-  const HWND list = uiState().monitorFilterList;
-  const int index = selectedIndex(list);
-  if (index < 0) return kFilterOff;
-  return static_cast<std::int32_t>(
-      SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(index), 0));
-}
-
 }  // namespace
 
 LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -90,7 +82,8 @@ void MonitorWindow::onCreate() {
   tail_.attach(ui.monitorView);
   for (const wchar_t* name : kFormatNames) addEntry(ui.monitorFormatList, name);
   select(ui.monitorFormatList, formatIndex(sharedState()));
-  rebuildFilterList();
+  fillFilterList(filterEntries(sharedState().rules.snapshot()), 0);
+  ui.monitorControls = this;
   tail_.show(openMonitor(sharedState(), view_));
 }
 
@@ -127,7 +120,11 @@ void MonitorWindow::onCommand(int id, int notification) {
   }
 }
 
-void MonitorWindow::onSave() {}
+void MonitorWindow::onSave() {
+  const std::int32_t filter = selectedFilter();
+  const auto path = askForSavePath(handle(), kSaveMonitorDialog);
+  if (path && !saveMonitor(sharedState(), filter, *path)) showError(handle(), kSaveMonitorError);
+}
 
 void MonitorWindow::onRefresh() {
   if (const std::wstring* text = view_.refresh()) tail_.show(*text);
@@ -139,18 +136,28 @@ void MonitorWindow::onClose() {
   ui.monitorFilterList = nullptr;
   ui.monitorFormatList = nullptr;
   ui.monitorView = nullptr;
+  ui.monitorControls = nullptr;
   DestroyWindow(handle());
 }
 
-void rebuildFilterList() {
+void MonitorWindow::fillFilterList(const std::vector<FilterEntry>& entries, std::size_t selected) {
   const HWND list = uiState().monitorFilterList;
-  if (list == nullptr) return;
   SendMessageW(list, CB_RESETCONTENT, 0, 0);
-  for (const FilterEntry& entry : filterEntries(sharedState().rules.snapshot())) {
+  for (const FilterEntry& entry : entries) {
     const int index = addEntry(list, entry.text);
     SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(index), entry.value);
   }
-  select(list, 0);
+  select(list, static_cast<int>(selected));
 }
+
+std::int32_t MonitorWindow::selectedFilter() const {
+  const HWND list = uiState().monitorFilterList;
+  const int index = selectedIndex(list);
+  if (index < 0) return kFilterOff;
+  return static_cast<std::int32_t>(
+      SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(index), 0));
+}
+
+void MonitorWindow::rebuildView() { tail_.show(view_.rebuild()); }
 
 }  // namespace quillgate

@@ -2,16 +2,19 @@
 // to forget it all. UI thread only; other threads post kMonitorRefreshMessage.
 #pragma once
 
-#include <string>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "ui/monitor_actions.h"
+#include "ui/rule_actions.h"
 #include "ui/win32/tail_view.h"
 #include "ui/win32/ui_state.h"
 #include "ui/win32/window.h"
 
 namespace quillgate {
 
-class MonitorWindow final : public Window {
+class MonitorWindow final : public Window, private MonitorControls {
  public:
   static constexpr const wchar_t* kClassName = L"QuillgateMonWnd";
 
@@ -26,12 +29,12 @@ class MonitorWindow final : public Window {
   void onRefresh();
   void onClose();
 
+  void fillFilterList(const std::vector<FilterEntry>& entries, std::size_t selected) override;
+  [[nodiscard]] std::int32_t selectedFilter() const override;
+  void rebuildView() override;
+
   MonitorView view_{sharedState().monitor};
   TailView tail_;
 };
-
-// Fills the filter list anew from the rule table and selects its first entry, "monitoring off".
-// Does nothing while there is no filter list.
-void rebuildFilterList();
 
 }  // namespace quillgate

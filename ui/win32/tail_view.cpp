@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ui/tail_pieces.h"
+#include "ui/win32/window.h"
 
 namespace quillgate {
 
@@ -22,23 +23,6 @@ constexpr std::chrono::milliseconds kMaxTime{40};
 
 LRESULT lineCount(HWND edit) { return SendMessageW(edit, EM_GETLINECOUNT, 0, 0); }
 LRESULT firstVisibleLine(HWND edit) { return SendMessageW(edit, EM_GETFIRSTVISIBLELINE, 0, 0); }
-
-// Keeps a window from drawing itself while it changes.
-class RedrawPause {
- public:
-  explicit RedrawPause(HWND window) : window_(window) {
-    SendMessageW(window_, WM_SETREDRAW, FALSE, 0);
-  }
-  ~RedrawPause() {
-    SendMessageW(window_, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(window_, nullptr, TRUE);
-  }
-  RedrawPause(const RedrawPause&) = delete;
-  RedrawPause& operator=(const RedrawPause&) = delete;
-
- private:
-  HWND window_;
-};
 
 }  // namespace
 

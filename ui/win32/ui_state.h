@@ -10,6 +10,7 @@
 #include <atomic>
 
 #include "engine/shared_state.h"
+#include "ui/rule_actions.h"
 
 namespace quillgate {
 
@@ -31,6 +32,7 @@ struct UiState {
   HWND monitorFilterList = nullptr;
   HWND monitorFormatList = nullptr;
   HWND monitorView = nullptr;
+  MonitorControls* monitorControls = nullptr;  // stands as long as monitorWindow is a window
 
   HFONT uiFont = nullptr;
   HBRUSH whiteBrush = nullptr;

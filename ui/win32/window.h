@@ -90,6 +90,23 @@ void placeControl(HWND control, const Rectangle& rectangle);
 // Places the children of `parent`; ids that it does not have are skipped.
 void placeControls(HWND parent, std::span<const Placement> placements);
 
+// Keeps a window from drawing itself while it changes.
+class RedrawPause {
+ public:
+  explicit RedrawPause(HWND window) : window_(window) {
+    SendMessageW(window_, WM_SETREDRAW, FALSE, 0);
+  }
+  ~RedrawPause() {
+    SendMessageW(window_, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(window_, nullptr, TRUE);
+  }
+  RedrawPause(const RedrawPause&) = delete;
+  RedrawPause& operator=(const RedrawPause&) = delete;
+
+ private:
+  HWND window_;
+};
+
 // Width and height of the client area, at (0, 0).
 [[nodiscard]] Rectangle clientRectangle(HWND window);
 

@@ -1,0 +1,190 @@
+#include "ui/win32/rule_editor.h"
+
+#include <string>
+#include <vector>
+
+#include "ui/dialogs.h"
+#include "ui/rule_grid.h"
+#include "ui/win32/control_ids.h"
+#include "ui/win32/dialogs_win32.h"
+#include "ui/win32/status_panel.h"
+#include "ui/win32/ui_state.h"
+
+namespace quillgate {
+
+namespace {
+
+constexpr ControlRow label(const wchar_t* text, const Rectangle& place) {
+  return {0, L"STATIC", text, 0, 0, place};
+}
+
+constexpr ControlRow kLabels[] = {
+    label(L"Port Forwarding Rules:", {10, 10, 400, 20}),
+    label(L"On", {10, 36, 40, 18}),
+    label(L"Proto", {70, 36, 70, 18}),
+    label(L"Local Port", {150, 36, 100, 18}),
+    label(L"Target IP", {260, 36, 240, 18}),
+    label(L"Target Port", {520, 36, 100, 18}),
+};
+
+// The id of a control in the row of the rule with this index.
+int idIn(std::size_t rule, int firstRowId) {
+  return firstRowId + kIdRuleRowStep * static_cast<int>(rule);
+}
+
+ControlRow field(int id, const Rectangle& place) {
+  return {id, L"EDIT", L"", ES_AUTOHSCROLL, WS_EX_CLIENTEDGE, place};
+}
+
+void createRow(HWND editor, std::size_t rule) {
+  const int y = 58 + 28 * static_cast<int>(rule);
+  const ControlRow controls[] = {
+      {idIn(rule, kIdRuleEnabled), L"BUTTON", L"", BS_AUTOCHECKBOX, 0, {10, y + 4, 40, 20}},
+      // The height includes the opened list.
+      {idIn(rule, kIdRuleProto), L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, {70, y, 70, 400}},
+      field(idIn(rule, kIdRuleLocalPort), {150, y, 90, 22}),
+      field(idIn(rule, kIdRuleTargetIp), {260, y, 250, 22}),
+      field(idIn(rule, kIdRuleTargetPort), {520, y, 90, 22}),
+  };
+  createControls(editor, controls);
+  for (const wchar_t* name : kProtocolNames) {
+    SendDlgItemMessageW(editor, idIn(rule, kIdRuleProto), CB_ADDSTRING, 0,
+                        reinterpret_cast<LPARAM>(name));
+  }
+}
+
+void createButtons(HWND editor) {
+  const int width = clientRectangle(editor).width;
+  const ControlRow buttons[] = {
+      {kIdImportRules, L"BUTTON", L"Import XML", BS_PUSHBUTTON, 0, {10, 356, 120, 30}},
+      {kIdExportRules, L"BUTTON", L"Export XML", BS_PUSHBUTTON, 0, {140, 356, 120, 30}},
+      {kIdSaveRules, L"BUTTON", L"Save", BS_PUSHBUTTON, 0, {width - 220, 356, 90, 30}},
+      {kIdCancelRules, L"BUTTON", L"Cancel", BS_PUSHBUTTON, 0, {width - 120, 356, 90, 30}},
+  };
+  createControls(editor, buttons);
+}
+
+std::wstring textIn(HWND editor, int id) {
+  const HWND control = GetDlgItem(editor, id);
+  std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
+  const int length = GetWindowTextW(control, text.data(), static_cast<int>(text.size()));
+  text.resize(static_cast<std::size_t>(length));
+  return text;
+}
+
+void showRow(HWND editor, std::size_t rule, const RuleRow& row) {
+  CheckDlgButton(editor, idIn(rule, kIdRuleEnabled), row.enabled ? BST_CHECKED : BST_UNCHECKED);
+  SendDlgItemMessageW(editor, idIn(rule, kIdRuleProto), CB_SETCURSEL,
+                      static_cast<WPARAM>(row.proto), 0);
+  SetDlgItemTextW(editor, idIn(rule, kIdRuleLocalPort), row.localPort.c_str());
+  SetDlgItemTextW(editor, idIn(rule, kIdRuleTargetIp), row.targetIp.c_str());
+  SetDlgItemTextW(editor, idIn(rule, kIdRuleTargetPort), row.targetPort.c_str());
+}
+
+RuleRow readRow(HWND editor, std::size_t rule) {
+  const bool udp = SendDlgItemMessageW(editor, idIn(rule, kIdRuleProto), CB_GETCURSEL, 0, 0) ==
+                   static_cast<LRESULT>(Protocol::udp);
+  return {IsDlgButtonChecked(editor, idIn(rule, kIdRuleEnabled)) == BST_CHECKED,
+          udp ? Protocol::udp : Protocol::tcp, textIn(editor, idIn(rule, kIdRuleLocalPort)),
+          textIn(editor, idIn(rule, kIdRuleTargetIp)),
+          textIn(editor, idIn(rule, kIdRuleTargetPort))};
+}
+
+}  // namespace
+
+LRESULT RuleEditor::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      onCreate();
+      return 0;
+    case WM_CTLCOLOREDIT:
+    case WM_CTLCOLORLISTBOX:
+    case WM_CTLCOLORSTATIC:
+      return onColorRequest(reinterpret_cast<HDC>(wParam));
+    case WM_COMMAND:
+      onCommand(LOWORD(wParam));
+      return 0;
+    case WM_CLOSE:
+      onClose();
+      return 0;
+    default:
+      return defaultResult(message, wParam, lParam);
+  }
+}
+
+void RuleEditor::onCreate() {
+  createControls(handle(), kLabels);
+  for (std::size_t rule = 0; rule < kRuleCount; ++rule) createRow(handle(), rule);
+  createButtons(handle());
+  fillRuleGrid();
+}
+
+LRESULT RuleEditor::onColorRequest(HDC context) {
+  SetBkMode(context, OPAQUE);
+  SetBkColor(context, RGB(255, 255, 255));
+  SetTextColor(context, RGB(0, 0, 0));
+  return reinterpret_cast<LRESULT>(uiState().whiteBrush);
+}
+
+void RuleEditor::onCommand(int id) {
+  switch (id) {
+    case kIdSaveRules:
+      onSave();
+      break;
+    case kIdCancelRules:
+      onClose();
+      break;
+    case kIdExportRules:
+      onExport();
+      break;
+    case kIdImportRules:
+      onImport();
+      break;
+    default:
+      break;
+  }
+}
+
+void RuleEditor::onSave() {
+  saveRules(sharedState(), readRuleGrid(), *this);
+  onClose();
+}
+
+void RuleEditor::onExport() {
+  const RuleSet rules = readRuleGrid();
+  const auto path = askForSavePath(handle(), kExportRulesDialog);
+  if (path && !exportRules(sharedState(), rules, *path)) showError(handle(), kExportRulesError);
+}
+
+void RuleEditor::onImport() {
+  const auto path = askForOpenPath(handle(), kImportRulesDialog);
+  if (path && !importRules(sharedState(), *path, *this)) showError(handle(), kImportRulesError);
+}
+
+void RuleEditor::onClose() {
+  uiState().configWindow = nullptr;
+  DestroyWindow(handle());
+}
+
+RuleSet RuleEditor::readRuleGrid() const {
+  RuleSet rules;
+  for (std::size_t i = 0; i < rules.size(); ++i) rules[i] = ruleFrom(readRow(handle(), i));
+  return rules;
+}
+
+void RuleEditor::fillRuleGrid() {
+  const RuleSet rules = sharedState().rules.snapshot();
+  for (std::size_t i = 0; i < rules.size(); ++i) showRow(handle(), i, rowFrom(rules[i]));
+}
+
+void RuleEditor::refreshStatusPanel() {
+  if (uiState().mainWindow != nullptr) quillgate::refreshStatusPanel();
+}
+
+MonitorControls* RuleEditor::monitorControls() {
+  const UiState& ui = uiState();
+  return IsWindow(ui.monitorWindow) && IsWindow(ui.monitorFilterList) ? ui.monitorControls
+                                                                      : nullptr;
+}
+
+}  // namespace quillgate
