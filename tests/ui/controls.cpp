@@ -29,6 +29,20 @@ Box inkIn(HDC context, const Box& area) {
   return {0, 0, right - left + 1, bottom - top + 1};
 }
 
+// All texts of a list, by the messages that give their number, a length and a text.
+std::vector<std::wstring> textsIn(HWND list, UINT countMessage, UINT lengthMessage,
+                                  UINT textMessage) {
+  std::vector<std::wstring> texts;
+  const auto count = static_cast<WPARAM>(send(list, countMessage));
+  for (WPARAM i = 0; i < count; ++i) {
+    std::wstring text(static_cast<std::size_t>(send(list, lengthMessage, i)) + 1, L'\0');
+    text.resize(static_cast<std::size_t>(
+        send(list, textMessage, i, reinterpret_cast<LPARAM>(text.data()))));
+    texts.push_back(text);
+  }
+  return texts;
+}
+
 }  // namespace
 
 LRESULT send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -113,7 +127,9 @@ Box screenInk(HWND control) {
   POINT origin{0, 0};
   ClientToScreen(control, &origin);
   const HDC screen = GetDC(nullptr);
-  const Box ink = inkIn(screen, {origin.x + 4, origin.y + 4, size.width - 8, size.height - 8});
+  const int frame = classOf(control) == L"Button" ? 4 : 0;
+  const Box ink = inkIn(screen, {origin.x + frame, origin.y + frame, size.width - 2 * frame,
+                                 size.height - 2 * frame});
   ReleaseDC(nullptr, screen);
   return ink;
 }
@@ -141,15 +157,11 @@ Box inkOfText(const std::wstring& text) {
 }
 
 std::vector<std::wstring> linesOf(HWND listBox) {
-  std::vector<std::wstring> lines;
-  const auto count = static_cast<WPARAM>(send(listBox, LB_GETCOUNT));
-  for (WPARAM i = 0; i < count; ++i) {
-    std::wstring line(static_cast<std::size_t>(send(listBox, LB_GETTEXTLEN, i)) + 1, L'\0');
-    line.resize(static_cast<std::size_t>(
-        send(listBox, LB_GETTEXT, i, reinterpret_cast<LPARAM>(line.data()))));
-    lines.push_back(line);
-  }
-  return lines;
+  return textsIn(listBox, LB_GETCOUNT, LB_GETTEXTLEN, LB_GETTEXT);
+}
+
+std::vector<std::wstring> itemsOf(HWND comboBox) {
+  return textsIn(comboBox, CB_GETCOUNT, CB_GETLBTEXTLEN, CB_GETLBTEXT);
 }
 
 }  // namespace quillgate::test

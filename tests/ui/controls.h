@@ -57,7 +57,8 @@ void setClientSize(HWND window, int width, int height);
 // How wide and high `text` is in the program's font.
 [[nodiscard]] Box inkOfText(const std::wstring& text);
 
-// The lines of a list box.
+// The lines of a list box, the items of a combo box.
 [[nodiscard]] std::vector<std::wstring> linesOf(HWND listBox);
+[[nodiscard]] std::vector<std::wstring> itemsOf(HWND comboBox);
 
 }  // namespace quillgate::test

@@ -5,110 +5,16 @@
 #include <chrono>
 #include <thread>
 
-#include "core/time_stamp.h"
 #include "tests/support/test_sockets.h"
-#include "tests/ui/ui_test.h"
+#include "tests/ui/monitor_test.h"
 
 namespace quillgate::test {
 namespace {
 
 using platform::Socket;
-using platform::Transport;
 using testing::ElementsAre;
 
-constexpr const wchar_t* kOffNotice =
-    L"Monitoring is OFF.\r\nSelect 'All' or a rule to start monitoring.";
-
-class MonitorWindow : public UiTest {
- protected:
-  void SetUp() override {
-    rules[1] = {true, Protocol::udp, udpPort, L"127.0.0.1", localPort(udpTarget)};
-    rules[4] = {true, Protocol::tcp, tcpPort, L"127.0.0.1", localPort(tcpTarget)};
-    files.writeConfig(configBytes(rules));
-    start();
-    ASSERT_TRUE(files.waitForLog(L"[UDP] Listening on local port " + routeOf(1)));
-    ASSERT_TRUE(files.waitForLog(L"[TCP] Listening on local port " + routeOf(4)));
-    openMonitor();
-  }
-
-  void openMonitor() {
-    click(mainControl(kIdOpenMonitor));
-    window = program->waitForWindow(L"QuillgateMonWnd");
-    ASSERT_NE(window, nullptr);
-    filterList = GetDlgItem(window, 6001);
-    view = GetDlgItem(window, 6002);
-    formatList = GetDlgItem(window, 6004);
-    ASSERT_TRUE(filterList != nullptr && formatList != nullptr && view != nullptr);
-    send(window, WM_NULL);
-  }
-  void closeMonitor() {
-    send(window, WM_CLOSE);
-    ASSERT_TRUE(eventually([&] { return !IsWindow(window); }));
-  }
-
-  [[nodiscard]] std::wstring routeOf(std::size_t rule) const {
-    return std::to_wstring(rules[rule].localPort) + L" -> 127.0.0.1:" +
-           std::to_wstring(rules[rule].targetPort);
-  }
-
-  // What a user does who picks an entry of a list.
-  void choose(HWND list, int index) const {
-    send(list, CB_SETCURSEL, static_cast<WPARAM>(index));
-    sendCommand(window, GetDlgCtrlID(list), CBN_SELCHANGE);
-  }
-  [[nodiscard]] static int selectionOf(HWND list) {
-    return static_cast<int>(send(list, CB_GETCURSEL));
-  }
-  [[nodiscard]] static std::vector<std::wstring> entriesOf(HWND list) {
-    std::vector<std::wstring> entries;
-    for (LRESULT i = 0; i < send(list, CB_GETCOUNT); ++i) {
-      std::wstring text(
-          static_cast<std::size_t>(send(list, CB_GETLBTEXTLEN, static_cast<WPARAM>(i))), L'\0');
-      send(list, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text.data()));
-      entries.push_back(text);
-    }
-    return entries;
-  }
-
-  // The view's text without the time stamps of `headers` lines that contain "[".
-  [[nodiscard]] std::wstring viewText() const {
-    std::wstring stripped;
-    std::wstring rest = textOf(view);
-    while (!rest.empty()) {
-      const std::size_t end = rest.find(L'\n');
-      const std::wstring line = rest.substr(0, end == std::wstring::npos ? end : end + 1);
-      rest.erase(0, line.size());
-      const bool stamped = line.size() > kTimeStampLength && line[kTimeStampLength] == L'[';
-      stripped += stamped ? line.substr(kTimeStampLength) : line;
-    }
-    return stripped;
-  }
-  [[nodiscard]] bool viewShows(const std::wstring& text) const {
-    return eventually([&] { return viewText() == text; });
-  }
-
-  // Sends a datagram through the program's second rule.
-  void sendThrough(std::string_view payload) {
-    ASSERT_TRUE(sendDatagramTo(udpClient, udpPort, payload));
-    const auto datagram = receiveNextDatagram(udpTarget);
-    ASSERT_TRUE(datagram && datagram->text == payload);
-  }
-  [[nodiscard]] std::wstring newClientLine() const {
-    return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(localPort(udpClient)) +
-           L"  local " + routeOf(1) + L"\r\n";
-  }
-
-  RuleSet rules;
-  Socket udpTarget = udpOnLoopback();
-  Socket tcpTarget = listenOnLoopback();
-  Socket udpClient = udpOnLoopback();
-  std::uint16_t udpPort = freePort(Transport::udp);
-  std::uint16_t tcpPort = freePort(Transport::tcp);
-  HWND window = nullptr;
-  HWND filterList = nullptr;
-  HWND formatList = nullptr;
-  HWND view = nullptr;
-};
+class MonitorWindow : public MonitorTest {};
 
 constexpr DWORD kIgnoredStyles = WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
 
@@ -151,7 +57,7 @@ TEST_F(MonitorWindow, KeepsTheFilterAtLeast120PixelsWide) {
 }
 
 TEST_F(MonitorWindow, OffersOffAllAndTheEnabledRules) {
-  EXPECT_THAT(entriesOf(filterList),
+  EXPECT_THAT(itemsOf(filterList),
               ElementsAre(L"monitoring off", L"All", L"2) UDP  local " + routeOf(1),
                           L"5) TCP  local " + routeOf(4)));
   std::vector<int> values;
@@ -160,7 +66,7 @@ TEST_F(MonitorWindow, OffersOffAllAndTheEnabledRules) {
   }
   EXPECT_THAT(values, ElementsAre(-2, -1, 1, 4));
   EXPECT_EQ(selectionOf(filterList), 0);
-  EXPECT_THAT(entriesOf(formatList), ElementsAre(L"ASCII", L"HEX"));
+  EXPECT_THAT(itemsOf(formatList), ElementsAre(L"ASCII", L"HEX"));
   EXPECT_EQ(selectionOf(formatList), 0);
 }
 

@@ -58,6 +58,15 @@ RegistrySetting::~RegistrySetting() {
   RegCloseKey(key_);
 }
 
+std::wstring utf16leText(const std::string& bytes) {
+  std::wstring text;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
+                                 static_cast<unsigned char>(bytes[i + 1]) << 8);
+  }
+  return text;
+}
+
 ProgramFiles::ProgramFiles(const std::wstring& localAppData) {
   const AppPaths paths = appPathsUnder(localAppData);
   baseDir = paths.baseDir;
@@ -66,12 +75,7 @@ ProgramFiles::ProgramFiles(const std::wstring& localAppData) {
 }
 
 std::vector<std::wstring> ProgramFiles::logLines() const {
-  const std::string bytes = contentOf(logPath).value_or(std::string());
-  std::wstring text;
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
-                                 static_cast<unsigned char>(bytes[i + 1]) << 8);
-  }
+  const std::wstring text = utf16leText(contentOf(logPath).value_or(""));
   std::vector<std::wstring> lines;
   std::size_t start = 0;
   for (std::size_t end; (end = text.find(L"\r\n", start)) != std::wstring::npos; start = end + 2) {

@@ -17,6 +17,9 @@ namespace quillgate::test {
 // The folder that holds the program under test, without a separator at its end.
 [[nodiscard]] std::wstring programFolder();
 
+// The text in these bytes, which are UTF-16LE.
+[[nodiscard]] std::wstring utf16leText(const std::string& bytes);
+
 // The program's files below a folder for local application data.
 struct ProgramFiles {
   explicit ProgramFiles(const std::wstring& localAppData);

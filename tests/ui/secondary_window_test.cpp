@@ -103,6 +103,7 @@ TEST_P(SecondaryWindow, GoesWithTheMainWindow) {
 }
 
 constexpr Secondary kSecondaries[] = {
+    {"Config", kIdOpenConfig, L"QuillgateCfgWnd", L"Config", {0, 0, 700, 430}},
     {"Monitor", kIdOpenMonitor, L"QuillgateMonWnd", L"Monitor", {0, 0, 980, 560}},
     {"Log", kIdOpenLog, L"QuillgateLogWnd", L"Log", {0, 0, 900, 520}},
 };

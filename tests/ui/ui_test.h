@@ -16,6 +16,8 @@ namespace quillgate::test {
 // A private folder for the program's data, and the program with its main window once it is started.
 class UiTest : public testing::Test {
  protected:
+  void TearDown() override { program.reset(); }  // before folders of the test go
+
   void start(Launch launch) {
     program = std::make_unique<Program>(launch);
     mainWindow = program->mainWindow();

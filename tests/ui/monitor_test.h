@@ -1,0 +1,93 @@
+// The program with its monitor window open and two rules: the second is UDP, the fifth TCP.
+#pragma once
+
+#include "core/time_stamp.h"
+#include "tests/support/test_sockets.h"
+#include "tests/ui/ui_test.h"
+
+namespace quillgate::test {
+
+inline constexpr const wchar_t* kOffNotice =
+    L"Monitoring is OFF.\r\nSelect 'All' or a rule to start monitoring.";
+
+class MonitorTest : public UiTest {
+ protected:
+  void SetUp() override {
+    rules[1] = {true, Protocol::udp, udpPort, L"127.0.0.1", localPort(udpTarget)};
+    rules[4] = {true, Protocol::tcp, tcpPort, L"127.0.0.1", localPort(tcpTarget)};
+    files.writeConfig(configBytes(rules));
+    start();
+    ASSERT_TRUE(files.waitForLog(L"[UDP] Listening on local port " + routeOf(1)));
+    ASSERT_TRUE(files.waitForLog(L"[TCP] Listening on local port " + routeOf(4)));
+    openMonitor();
+  }
+
+  void openMonitor() {
+    click(mainControl(kIdOpenMonitor));
+    window = program->waitForWindow(L"QuillgateMonWnd");
+    ASSERT_NE(window, nullptr);
+    filterList = GetDlgItem(window, 6001);
+    view = GetDlgItem(window, 6002);
+    formatList = GetDlgItem(window, 6004);
+    ASSERT_TRUE(filterList != nullptr && formatList != nullptr && view != nullptr);
+    send(window, WM_NULL);
+  }
+  void closeMonitor() {
+    send(window, WM_CLOSE);
+    ASSERT_TRUE(eventually([&] { return !IsWindow(window); }));
+  }
+
+  [[nodiscard]] std::wstring routeOf(std::size_t rule) const {
+    return std::to_wstring(rules[rule].localPort) + L" -> 127.0.0.1:" +
+           std::to_wstring(rules[rule].targetPort);
+  }
+
+  // What a user does who picks an entry of a list.
+  void choose(HWND list, int index) const {
+    send(list, CB_SETCURSEL, static_cast<WPARAM>(index));
+    sendCommand(window, GetDlgCtrlID(list), CBN_SELCHANGE);
+  }
+  [[nodiscard]] static int selectionOf(HWND list) {
+    return static_cast<int>(send(list, CB_GETCURSEL));
+  }
+  // A text without the time stamps of its header lines, which go on with "[".
+  [[nodiscard]] static std::wstring withoutStamps(std::wstring rest) {
+    std::wstring stripped;
+    while (!rest.empty()) {
+      const std::size_t end = rest.find(L'\n');
+      const std::wstring line = rest.substr(0, end == std::wstring::npos ? end : end + 1);
+      rest.erase(0, line.size());
+      const bool stamped = line.size() > kTimeStampLength && line[kTimeStampLength] == L'[';
+      stripped += stamped ? line.substr(kTimeStampLength) : line;
+    }
+    return stripped;
+  }
+  [[nodiscard]] std::wstring viewText() const { return withoutStamps(textOf(view)); }
+  [[nodiscard]] bool viewShows(const std::wstring& text) const {
+    return eventually([&] { return viewText() == text; });
+  }
+
+  // Sends a datagram through the program's second rule.
+  void sendThrough(std::string_view payload) {
+    ASSERT_TRUE(sendDatagramTo(udpClient, udpPort, payload));
+    const auto datagram = receiveNextDatagram(udpTarget);
+    ASSERT_TRUE(datagram && datagram->text == payload);
+  }
+  [[nodiscard]] std::wstring newClientLine() const {
+    return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(localPort(udpClient)) +
+           L"  local " + routeOf(1) + L"\r\n";
+  }
+
+  RuleSet rules;
+  platform::Socket udpTarget = udpOnLoopback();
+  platform::Socket tcpTarget = listenOnLoopback();
+  platform::Socket udpClient = udpOnLoopback();
+  std::uint16_t udpPort = freePort(platform::Transport::udp);
+  std::uint16_t tcpPort = freePort(platform::Transport::tcp);
+  HWND window = nullptr;
+  HWND filterList = nullptr;
+  HWND formatList = nullptr;
+  HWND view = nullptr;
+};
+
+}  // namespace quillgate::test
