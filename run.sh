@@ -35,7 +35,7 @@ build() {
 }
 
 # Prints the program's data folder, once it has made it.
-dataFolder() { compgen -G "$WINEPREFIX/drive_c/users/*/AppData/Local/Quillgate" | head -n 1; }
+dataFolder() { compgen -G "$WINEPREFIX/drive_c/users/*/AppData/Local/Quillgate" | head -n 1 || true; }
 
 # Runs the program to its end, on a virtual display if $1 is "virtual".
 supervise() {
