@@ -9,7 +9,7 @@ namespace quillgate::test {
 class EditorTest : public UiTest {
  protected:
   void openEditor() {
-    sendCommand(mainWindow, kIdOpenConfig);
+    sendCommand(mainWindow, IDC_OPEN_CONFIG);
     editor = program->waitForWindow(L"QuillgateCfgWnd");
     ASSERT_NE(editor, nullptr);
   }
@@ -21,7 +21,7 @@ class EditorTest : public UiTest {
   }
   void startStopped() {
     start();
-    sendCommand(mainWindow, kIdStartStop);
+    sendCommand(mainWindow, IDC_START_STOP);
     openEditor();
   }
 
@@ -34,28 +34,28 @@ class EditorTest : public UiTest {
   // Fills a row as a user would, its check box apart.
   void fillRow(int rule, const std::wstring& proto, const std::wstring& localPort,
                const std::wstring& targetIp, const std::wstring& targetPort) const {
-    send(control(rule, kIdRuleProto), CB_SETCURSEL, proto == L"UDP");
-    type(rule, kIdRuleLocalPort, localPort);
-    type(rule, kIdRuleTargetIp, targetIp);
-    type(rule, kIdRuleTargetPort, targetPort);
+    send(control(rule, IDC_RULE_PROTO), CB_SETCURSEL, proto == L"UDP");
+    type(rule, IDC_RULE_LOCAL_PORT, localPort);
+    type(rule, IDC_RULE_TARGET_IP, targetIp);
+    type(rule, IDC_RULE_TARGET_PORT, targetPort);
   }
   // What a row shows: on or off, protocol, local port, target, target port.
   [[nodiscard]] std::vector<std::wstring> row(int rule) const {
-    const bool on = send(control(rule, kIdRuleEnabled), BM_GETCHECK) == BST_CHECKED;
-    return {on ? L"on" : L"off", textOf(control(rule, kIdRuleProto)),
-            textOf(control(rule, kIdRuleLocalPort)), textOf(control(rule, kIdRuleTargetIp)),
-            textOf(control(rule, kIdRuleTargetPort))};
+    const bool on = send(control(rule, IDC_RULE_ENABLED), BM_GETCHECK) == BST_CHECKED;
+    return {on ? L"on" : L"off", textOf(control(rule, IDC_RULE_PROTO)),
+            textOf(control(rule, IDC_RULE_LOCAL_PORT)), textOf(control(rule, IDC_RULE_TARGET_IP)),
+            textOf(control(rule, IDC_RULE_TARGET_PORT))};
   }
 
   [[nodiscard]] HWND dialogBehind(int button, const std::wstring& title) const {
     return openDialog(*program, editor, button, title);
   }
   void exportTo(const std::wstring& path) const {
-    confirmName(dialogBehind(kIdExportRules, L"Save As"), path);
+    confirmName(dialogBehind(IDC_CFG_EXPORT, L"Save As"), path);
     ASSERT_TRUE(isEnabledAgain(editor));
   }
   void importFrom(const std::wstring& path) const {
-    confirmName(dialogBehind(kIdImportRules, L"Open"), path);
+    confirmName(dialogBehind(IDC_CFG_IMPORT, L"Open"), path);
     ASSERT_TRUE(isEnabledAgain(editor));
   }
 

@@ -16,17 +16,17 @@ constexpr std::size_t kMostLines = 500;
 class LogWindow : public UiTest {
  protected:
   void openLog() {
-    click(mainControl(kIdOpenLog));
+    click(mainControl(IDC_OPEN_LOG));
     window = program->waitForWindow(L"QuillgateLogWnd");
     ASSERT_NE(window, nullptr);
-    list = GetDlgItem(window, kIdLogList);
+    list = GetDlgItem(window, IDC_LOG_LIST);
     ASSERT_NE(list, nullptr);
     send(window, WM_NULL);
   }
 
   // Each press of the start/stop button logs two lines.
   void pressStartStop(int times) {
-    for (int i = 0; i < times; ++i) sendCommand(mainWindow, kIdStartStop);
+    for (int i = 0; i < times; ++i) sendCommand(mainWindow, IDC_START_STOP);
   }
 
   [[nodiscard]] LRESULT lineCount() const { return send(list, LB_GETCOUNT); }
@@ -72,10 +72,10 @@ TEST_F(LogWindow, KeepsTheButtonAndStretchesTheList) {
   start();
   openLog();
   const Box client = clientSize(window);
-  EXPECT_EQ(placeOf(GetDlgItem(window, kIdLogClear)), (Box{10, 10, 120, 28}));
+  EXPECT_EQ(placeOf(GetDlgItem(window, IDC_LOG_CLEAR)), (Box{10, 10, 120, 28}));
   EXPECT_EQ(placeOf(list), (Box{10, 48, client.width - 20, client.height - 58}));
   setClientSize(window, 640, 300);
-  EXPECT_EQ(placeOf(GetDlgItem(window, kIdLogClear)), (Box{10, 10, 120, 28}));
+  EXPECT_EQ(placeOf(GetDlgItem(window, IDC_LOG_CLEAR)), (Box{10, 10, 120, 28}));
   EXPECT_EQ(placeOf(list), (Box{10, 48, 620, 242}));
 }
 
@@ -170,7 +170,7 @@ TEST_F(LogWindow, ShowsAfterReopeningWhatWasLoggedMeanwhile) {
 TEST_F(LogWindow, ClearsTheListAndTheFile) {
   start();
   openLog();
-  click(GetDlgItem(window, kIdLogClear));
+  click(GetDlgItem(window, IDC_LOG_CLEAR));
   EXPECT_EQ(lineCount(), 0);
   EXPECT_EQ(contentOf(files.logPath), std::nullopt);
 
@@ -182,8 +182,8 @@ TEST_F(LogWindow, ClearsTheListAndTheFile) {
 TEST_F(LogWindow, ClearsOnAnyNotificationAndWithoutALineOfItsOwn) {
   start();
   openLog();
-  EXPECT_EQ(sendCommand(window, kIdLogClear, 0x4321), 0);
-  EXPECT_EQ(sendCommand(window, kIdLogClear), 0);
+  EXPECT_EQ(sendCommand(window, IDC_LOG_CLEAR, 0x4321), 0);
+  EXPECT_EQ(sendCommand(window, IDC_LOG_CLEAR), 0);
   EXPECT_EQ(lineCount(), 0);
   EXPECT_EQ(contentOf(files.logPath), std::nullopt);
 }
@@ -192,16 +192,16 @@ TEST_F(LogWindow, IgnoresNotificationsOfItsList) {
   start();
   openLog();
   const LRESULT lines = lineCount();
-  EXPECT_EQ(sendCommand(window, kIdLogList, LBN_DBLCLK), 0);
+  EXPECT_EQ(sendCommand(window, IDC_LOG_LIST, LBN_DBLCLK), 0);
   EXPECT_EQ(lineCount(), lines);
 }
 
 TEST_F(LogWindow, SurvivesNewsThatComesWhenItIsClosed) {
   start();
   openLog();
-  for (int i = 0; i < 50; ++i) PostMessageW(mainWindow, WM_COMMAND, kIdStartStop, 0);
+  for (int i = 0; i < 50; ++i) PostMessageW(mainWindow, WM_COMMAND, IDC_START_STOP, 0);
   PostMessageW(window, WM_CLOSE, 0, 0);
-  for (int i = 0; i < 50; ++i) PostMessageW(mainWindow, WM_COMMAND, kIdStartStop, 0);
+  for (int i = 0; i < 50; ++i) PostMessageW(mainWindow, WM_COMMAND, IDC_START_STOP, 0);
   EXPECT_TRUE(files.waitForLog(L"Server stopped.", 50));
   EXPECT_TRUE(eventually([&] { return program->windows(L"QuillgateLogWnd").empty(); }));
   EXPECT_EQ(program->close(), 0u);

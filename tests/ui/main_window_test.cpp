@@ -17,7 +17,7 @@ constexpr COLORREF kRed = RGB(200, 0, 0);
 
 class MainWindow : public UiTest {
  protected:
-  [[nodiscard]] HWND statusPanel() const { return mainControl(kIdStatusText); }
+  [[nodiscard]] HWND statusPanel() const { return mainControl(IDC_STATUS_TEXT); }
 
   [[nodiscard]] bool indicatorShows(COLORREF color) const {
     return eventually([&] { return screenPixel(indicator(), 10, 10) == color; });
@@ -102,7 +102,7 @@ TEST_F(MainWindow, IsPaintedInTheSystemsWindowColor) {
 
 TEST_F(MainWindow, ComesUpWithTheServerRunning) {
   start();
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
   EXPECT_TRUE(indicatorShows(kGreen));
 }
 
@@ -123,30 +123,30 @@ TEST_F(MainWindow, DrawsTheIndicatorAsACircleWithABlackEdge) {
 
 TEST_F(MainWindow, StopsAndStartsTheServer) {
   start();
-  click(mainControl(kIdStartStop));
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Start server");
+  click(mainControl(IDC_START_STOP));
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Start server");
   EXPECT_TRUE(indicatorShows(kRed));
   EXPECT_EQ(files.logMessages().back(), L"Server stopped.");
 
-  click(mainControl(kIdStartStop));
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  click(mainControl(IDC_START_STOP));
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
   EXPECT_TRUE(indicatorShows(kGreen));
   EXPECT_EQ(files.logMessages().back(), L"Server started.");
 }
 
 TEST_F(MainWindow, TakesAnyNotificationOfAButtonForAClick) {
   start();
-  EXPECT_EQ(sendCommand(mainWindow, kIdStartStop, BN_SETFOCUS), 0);
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Start server");
-  EXPECT_EQ(sendCommand(mainWindow, kIdStartStop, 0x7777), 0);
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(sendCommand(mainWindow, IDC_START_STOP, BN_SETFOCUS), 0);
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Start server");
+  EXPECT_EQ(sendCommand(mainWindow, IDC_START_STOP, 0x7777), 0);
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
 }
 
 TEST_F(MainWindow, IgnoresCommandsItDoesNotKnow) {
   start();
   ASSERT_TRUE(files.waitForLog(L"Server started."));
   const std::size_t lines = files.logMessages().size();
-  for (const int id : {0, 1000, 1006, kIdStatusText, 2002, 0xFFFF}) {
+  for (const int id : {0, 1000, 1006, IDC_STATUS_TEXT, 2002, 0xFFFF}) {
     EXPECT_EQ(sendCommand(mainWindow, id), 0);
   }
   EXPECT_EQ(outerSize(mainWindow), (Box{0, 0, 696, 90}));
@@ -156,7 +156,7 @@ TEST_F(MainWindow, IgnoresCommandsItDoesNotKnow) {
 TEST_F(MainWindow, FoldsTheStatusPanelOutAndInAgain) {
   start();
   EXPECT_EQ(statusPanel(), nullptr);
-  const HWND statusButton = mainControl(kIdStatus);
+  const HWND statusButton = mainControl(IDC_STATUS);
 
   click(statusButton);
   EXPECT_EQ(outerSize(mainWindow), (Box{0, 0, 696, 90 + 430}));
@@ -183,11 +183,11 @@ TEST_F(MainWindow, GrowsAndShrinksByTheSameAmountWhateverItsHeight) {
   RECT before{};
   GetWindowRect(mainWindow, &before);
   SetWindowPos(mainWindow, nullptr, before.left, before.top, 720, 300, SWP_NOZORDER);
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   EXPECT_EQ(outerSize(mainWindow), (Box{0, 0, 720, 730}));
   const Box client = clientSize(mainWindow);
   EXPECT_EQ(placeOf(statusPanel()), (Box{10, 60, client.width - 20, client.height - 70}));
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   EXPECT_EQ(outerSize(mainWindow), (Box{0, 0, 720, 300}));
   RECT after{};
   GetWindowRect(mainWindow, &after);
@@ -197,19 +197,19 @@ TEST_F(MainWindow, GrowsAndShrinksByTheSameAmountWhateverItsHeight) {
 
 TEST_F(MainWindow, FitsAShownStatusPanelIntoAnotherSize) {
   start();
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   setClientSize(mainWindow, 500, 400);
   EXPECT_EQ(placeOf(statusPanel()), (Box{10, 60, 480, 330}));
-  EXPECT_EQ(placeOf(mainControl(kIdStatus)), (Box{586, 6, 82, 32}));
+  EXPECT_EQ(placeOf(mainControl(IDC_STATUS)), (Box{586, 6, 82, 32}));
 
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   setClientSize(mainWindow, 600, 100);
   EXPECT_EQ(placeOf(statusPanel()), (Box{10, 60, 480, 330})) << "a hidden panel stays as it is";
 }
 
 TEST_F(MainWindow, KeepsThePanelsPlaceWhenItIsMinimizedAndRestored) {
   start();
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   const Box place = placeOf(statusPanel());
   ShowWindow(mainWindow, SW_MINIMIZE);
   ASSERT_TRUE(eventually([&] { return IsIconic(mainWindow) != 0; }));
@@ -221,7 +221,7 @@ TEST_F(MainWindow, KeepsThePanelsPlaceWhenItIsMinimizedAndRestored) {
 
 TEST_F(MainWindow, ShowsTheReportInAReadOnlyMultiLineEdit) {
   start();
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   EXPECT_EQ(classOf(statusPanel()), L"Edit");
   EXPECT_EQ(styleOf(statusPanel()) & ~static_cast<DWORD>(WS_CLIPSIBLINGS),
             WS_CHILD | WS_VISIBLE | WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY);
@@ -230,26 +230,26 @@ TEST_F(MainWindow, ShowsTheReportInAReadOnlyMultiLineEdit) {
 
 TEST_F(MainWindow, ReportsTheServerItsRulesAndTheFiles) {
   start();
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   EXPECT_EQ(textOf(statusPanel()), report(L"RUNNING", kDefaultRule));
 }
 
 TEST_F(MainWindow, RewritesAShownReportWhenTheServerStopsAndStarts) {
   start();
-  sendCommand(mainWindow, kIdStatus);
-  click(mainControl(kIdStartStop));
+  sendCommand(mainWindow, IDC_STATUS);
+  click(mainControl(IDC_START_STOP));
   EXPECT_EQ(textOf(statusPanel()), report(L"STOPPED", kDefaultRule));
-  click(mainControl(kIdStartStop));
+  click(mainControl(IDC_START_STOP));
   EXPECT_EQ(textOf(statusPanel()), report(L"RUNNING", kDefaultRule));
 }
 
 TEST_F(MainWindow, LeavesAHiddenReportUntilItIsShownAgain) {
   start();
-  sendCommand(mainWindow, kIdStatus);
-  sendCommand(mainWindow, kIdStatus);
-  click(mainControl(kIdStartStop));
+  sendCommand(mainWindow, IDC_STATUS);
+  sendCommand(mainWindow, IDC_STATUS);
+  click(mainControl(IDC_START_STOP));
   EXPECT_EQ(textOf(statusPanel()), report(L"RUNNING", kDefaultRule));
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   EXPECT_EQ(textOf(statusPanel()), report(L"STOPPED", kDefaultRule));
 }
 
@@ -264,7 +264,7 @@ TEST_F(MainWindow, StopsTheServerWhenItIsClosedAndEndsWithZero) {
 
 TEST_F(MainWindow, LogsNothingWhenItIsClosedWithTheServerStopped) {
   start();
-  click(mainControl(kIdStartStop));
+  click(mainControl(IDC_START_STOP));
   const std::size_t lines = files.logMessages().size();
   EXPECT_EQ(program->close(), 0u);
   EXPECT_EQ(files.logMessages().size(), lines);
@@ -272,7 +272,7 @@ TEST_F(MainWindow, LogsNothingWhenItIsClosedWithTheServerStopped) {
 
 TEST_F(MainWindow, ClosesFromTheSystemMenuAndWithTheStatusPanelShown) {
   start();
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   PostMessageW(mainWindow, WM_SYSCOMMAND, SC_CLOSE, 0);
   EXPECT_EQ(program->waitForExit(), 0u);
 }

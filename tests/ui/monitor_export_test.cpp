@@ -12,7 +12,7 @@ using testing::ElementsAre;
 class MonitorExport : public MonitorTest {
  protected:
   [[nodiscard]] HWND saveDialog() const {
-    return openDialog(*program, window, kIdMonitorSave, L"Save As");
+    return openDialog(*program, window, IDC_MON_SAVE, L"Save As");
   }
   void saveTo(const std::wstring& path) const {
     confirmName(saveDialog(), path);

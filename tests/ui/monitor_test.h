@@ -23,7 +23,7 @@ class MonitorTest : public UiTest {
   }
 
   void openMonitor() {
-    click(mainControl(kIdOpenMonitor));
+    click(mainControl(IDC_OPEN_MONITOR));
     window = program->waitForWindow(L"QuillgateMonWnd");
     ASSERT_NE(window, nullptr);
     filterList = GetDlgItem(window, 6001);

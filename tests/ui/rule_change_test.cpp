@@ -12,15 +12,15 @@ using testing::ElementsAre;
 class RuleChange : public MonitorTest {
  protected:
   void openEditor() {
-    sendCommand(mainWindow, kIdOpenConfig);
+    sendCommand(mainWindow, IDC_OPEN_CONFIG);
     editor = program->waitForWindow(L"QuillgateCfgWnd");
     ASSERT_NE(editor, nullptr);
   }
   // Saves the rules with this one switched on or off.
   void toggleAndSave(int rule) {
     openEditor();
-    click(GetDlgItem(editor, kIdRuleEnabled + 10 * rule));
-    sendCommand(editor, kIdSaveRules);
+    click(GetDlgItem(editor, IDC_RULE_ENABLED + 10 * rule));
+    sendCommand(editor, IDC_CFG_SAVE);
   }
   [[nodiscard]] std::wstring selected() const { return textOf(filterList); }
 
@@ -78,7 +78,7 @@ TEST_F(RuleChange, KeepsTheChosenRuleThroughAnImport) {
   imported[0].enabled = true;
   writeFile(imports.file(L"rules.xml"), configBytes(imported));
   openEditor();
-  confirmName(openDialog(*program, editor, kIdImportRules, L"Open"), imports.file(L"rules.xml"));
+  confirmName(openDialog(*program, editor, IDC_CFG_IMPORT, L"Open"), imports.file(L"rules.xml"));
   ASSERT_TRUE(isEnabledAgain(editor));
   EXPECT_EQ(itemsOf(filterList).size(), 5U);
   EXPECT_EQ(selected(), L"5) TCP  local " + routeOf(4));

@@ -37,7 +37,7 @@ TEST_F(RuleEditor, HasItsControlsInTheirPlaces) {
   for (int r = 0; r < 10; ++r) {
     const int y = 58 + 28 * r;
     // The closed list is as high as the system makes it.
-    const int listHeight = clientSize(control(r, kIdRuleProto)).height;
+    const int listHeight = clientSize(control(r, IDC_RULE_PROTO)).height;
     const int id = 4000 + 10 * r;
     expected.insert(
         expected.end(),
@@ -70,7 +70,7 @@ TEST_F(RuleEditor, HasItsControlsInTheirPlaces) {
 TEST_F(RuleEditor, OffersTcpAndUdpInAListWithRoom) {
   start();
   openEditor();
-  const HWND list = control(0, kIdRuleProto);
+  const HWND list = control(0, IDC_RULE_PROTO);
   EXPECT_THAT(itemsOf(list), ElementsAre(L"TCP", L"UDP"));
   RECT opened{};
   send(list, CB_GETDROPPEDCONTROLRECT, 0, reinterpret_cast<LPARAM>(&opened));
@@ -101,12 +101,12 @@ TEST_F(RuleEditor, LeavesItsControlsInPlaceWhenItIsResized) {
 TEST_F(RuleEditor, PaintsDisabledFieldsAndCheckBoxesWhite) {
   start();
   openEditor();
-  for (const int id : {kIdRuleLocalPort, kIdRuleTargetIp}) {
+  for (const int id : {IDC_RULE_LOCAL_PORT, IDC_RULE_TARGET_IP}) {
     EnableWindow(control(0, id), FALSE);
     InvalidateRect(control(0, id), nullptr, TRUE);
     EXPECT_TRUE(eventually([&] { return screenPixel(control(0, id), 80, 12) == kWhite; }));
   }
-  EXPECT_EQ(screenPixel(control(0, kIdRuleEnabled), 30, 10), kWhite);
+  EXPECT_EQ(screenPixel(control(0, IDC_RULE_ENABLED), 30, 10), kWhite);
 }
 
 TEST_F(RuleEditor, ShowsTheRules) {
@@ -120,11 +120,11 @@ TEST_F(RuleEditor, ShowsTheRules) {
 TEST_F(RuleEditor, SavesWhatItsRowsSay) {
   start();
   openEditor();
-  click(control(2, kIdRuleEnabled));
+  click(control(2, IDC_RULE_ENABLED));
   fillRow(2, L"UDP", L"  8080\t", L" 10.0.0.3 ", L"70000");
   fillRow(3, L"TCP", L"99999", L"", L"x");
   fillRow(4, L"TCP", L"-1", L" \t", L"80x");
-  sendCommand(editor, kIdSaveRules);
+  sendCommand(editor, IDC_CFG_SAVE);
   EXPECT_FALSE(editorIsOpen());
 
   RuleSet expected;
@@ -140,9 +140,9 @@ TEST_F(RuleEditor, SavesWhatItsRowsSay) {
 
 TEST_F(RuleEditor, TakesATypedCheckBackAndAnUnselectedProtocolForTcp) {
   startWith(someRules());
-  click(control(4, kIdRuleEnabled));
-  send(control(4, kIdRuleProto), CB_SETCURSEL, static_cast<WPARAM>(-1));
-  sendCommand(editor, kIdSaveRules);
+  click(control(4, IDC_RULE_ENABLED));
+  send(control(4, IDC_RULE_PROTO), CB_SETCURSEL, static_cast<WPARAM>(-1));
+  sendCommand(editor, IDC_CFG_SAVE);
   RuleSet expected = someRules();
   expected[4].enabled = false;
   expected[4].proto = Protocol::tcp;
@@ -154,47 +154,47 @@ TEST_F(RuleEditor, SavingRestartsARunningServer) {
   openEditor();
   ASSERT_TRUE(files.waitForLog(L"Server started."));
   const std::size_t before = files.logMessages().size();
-  sendCommand(editor, kIdSaveRules);
+  sendCommand(editor, IDC_CFG_SAVE);
   std::vector<std::wstring> messages = files.logMessages();
   messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(before));
   EXPECT_THAT(messages, ElementsAre(L"Saved XML: " + files.configPath, L"Stopping server...",
                                     L"Server stopped.", L"Starting server...", L"Server started.",
                                     L"Config saved and applied."));
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
 }
 
 TEST_F(RuleEditor, SavingLeavesAStoppedServerStopped) {
   startStopped();
-  sendCommand(editor, kIdSaveRules);
+  sendCommand(editor, IDC_CFG_SAVE);
   const std::vector<std::wstring> messages = files.logMessages();
   ASSERT_GE(messages.size(), 3U);
   EXPECT_THAT(std::vector(messages.end() - 3, messages.end()),
               ElementsAre(L"Server stopped.", L"Saved XML: " + files.configPath,
                           L"Config saved and applied."));
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Start server");
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Start server");
   EXPECT_TRUE(eventually([&] { return screenPixel(indicator(), 10, 10) == RGB(200, 0, 0); }));
 }
 
 TEST_F(RuleEditor, SavingRewritesAShownStatusReport) {
   start();
-  sendCommand(mainWindow, kIdStatus);
+  sendCommand(mainWindow, IDC_STATUS);
   openEditor();
   fillRow(0, L"UDP", L"53", L"10.0.0.1", L"5353");
-  sendCommand(editor, kIdSaveRules);
-  EXPECT_THAT(textOf(mainControl(kIdStatusText)),
+  sendCommand(editor, IDC_CFG_SAVE);
+  EXPECT_THAT(textOf(mainControl(IDC_STATUS_TEXT)),
               testing::HasSubstr(L"  1)   OFF  UDP  local 53  ->  10.0.0.1:5353  [thread:no]\r\n"));
 }
 
 TEST_F(RuleEditor, CancelAndCloseLeaveTheRulesAlone) {
   startWith(someRules());
   const std::vector<std::wstring> messages = files.logMessages();
-  type(0, kIdRuleLocalPort, L"1");
-  sendCommand(editor, kIdCancelRules);
+  type(0, IDC_RULE_LOCAL_PORT, L"1");
+  sendCommand(editor, IDC_CFG_CANCEL);
   EXPECT_FALSE(editorIsOpen());
   openEditor();
   EXPECT_THAT(row(0), ElementsAre(L"off", L"TCP", L"8080", L"10.0.0.1", L"80"));
 
-  type(0, kIdRuleLocalPort, L"1");
+  type(0, IDC_RULE_LOCAL_PORT, L"1");
   send(editor, WM_CLOSE);
   EXPECT_FALSE(editorIsOpen());
   EXPECT_EQ(config(), configBytes(someRules()));
@@ -213,7 +213,7 @@ TEST_F(RuleEditor, IgnoresWhatItsFieldsReport) {
 TEST_F(RuleEditor, SavesOnAnyNotificationOfItsButton) {
   start();
   openEditor();
-  EXPECT_EQ(sendCommand(editor, kIdSaveRules, 0x4321), 0);
+  EXPECT_EQ(sendCommand(editor, IDC_CFG_SAVE, 0x4321), 0);
   EXPECT_FALSE(editorIsOpen());
   EXPECT_THAT(files.logMessages(), Contains(L"Config saved and applied."));
 }

@@ -13,7 +13,7 @@ class RuleExchange : public EditorTest {};
 
 TEST_F(RuleExchange, ExportsWhatItsRowsSayAndNothingElse) {
   startWith(someRules());
-  type(0, kIdRuleLocalPort, L"9090");
+  type(0, IDC_RULE_LOCAL_PORT, L"9090");
   const std::wstring path = exports.file(L"rules.xml");
   exportTo(path);
 
@@ -26,7 +26,7 @@ TEST_F(RuleExchange, ExportsWhatItsRowsSayAndNothingElse) {
               ElementsAre(L"Saved XML: " + path, L"Exported settings to: " + path));
   EXPECT_TRUE(editorIsOpen());
 
-  sendCommand(editor, kIdCancelRules);
+  sendCommand(editor, IDC_CFG_CANCEL);
   openEditor();
   EXPECT_THAT(row(0), ElementsAre(L"off", L"TCP", L"8080", L"10.0.0.1", L"80"));
 }
@@ -34,7 +34,7 @@ TEST_F(RuleExchange, ExportsWhatItsRowsSayAndNothingElse) {
 TEST_F(RuleExchange, ProposesConfigXmlForAnExport) {
   start();
   openEditor();
-  const HWND dialog = dialogBehind(kIdExportRules, L"Save As");
+  const HWND dialog = dialogBehind(IDC_CFG_EXPORT, L"Save As");
   ASSERT_NE(dialog, nullptr);
   EXPECT_EQ(nameIn(dialog), L"config.xml");
   EXPECT_THAT(typesIn(dialog), ElementsAre(L"> XML files (*.xml)", L"All files (*.*)"));
@@ -49,7 +49,7 @@ TEST_F(RuleExchange, KeepsItsFilesWhereTheyAreAfterAnExport) {
   start({.localAppData = folder.path() + L"\\missing", .workingFolder = working.path()});
   openEditor();
   exportTo(exports.file(L"rules.xml"));
-  sendCommand(editor, kIdSaveRules);
+  sendCommand(editor, IDC_CFG_SAVE);
   EXPECT_THAT(ProgramFiles(working.path()).logMessages(), Contains(L"Config saved and applied."));
   EXPECT_THAT(exports.names(), ElementsAre(L"rules.xml"));
   program.reset();
@@ -67,7 +67,7 @@ TEST_F(RuleExchange, AsksBeforeAnExportOverwritesAFile) {
   openEditor();
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, "former");
-  const HWND dialog = dialogBehind(kIdExportRules, L"Save As");
+  const HWND dialog = dialogBehind(IDC_CFG_EXPORT, L"Save As");
   confirmName(dialog, path);
   const HWND question = waitForDialog(*program, dialog);
   ASSERT_NE(question, nullptr);
@@ -89,7 +89,7 @@ TEST_F(RuleExchange, ReportsAFailedExport) {
   writeFile(path, "former");
   const HANDLE inUse = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  const HWND dialog = dialogBehind(kIdExportRules, L"Save As");
+  const HWND dialog = dialogBehind(IDC_CFG_EXPORT, L"Save As");
   confirmName(dialog, path);
   press(waitForDialog(*program, dialog), IDYES);
   const HWND box = waitForDialog(*program, editor, L"Error");
@@ -110,7 +110,7 @@ TEST_F(RuleExchange, ImportsAFileAndStaysOpen) {
   openEditor();
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, configBytes(someRules()));
-  type(1, kIdRuleTargetIp, L"not saved");
+  type(1, IDC_RULE_TARGET_IP, L"not saved");
   const std::size_t before = files.logMessages().size();
   importFrom(path);
 
@@ -133,14 +133,14 @@ TEST_F(RuleExchange, ImportsWithTheServerStopped) {
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, configBytes(someRules()));
   importFrom(path);
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Start server");
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Start server");
   EXPECT_THAT(files.logMessages(), Contains(L"Imported config and restarted server sockets."));
   EXPECT_EQ(files.countInLog(L"Server started."), 1U);
 }
 
 TEST_F(RuleExchange, OffersXmlFilesForAnImport) {
   startWith(someRules());
-  const HWND dialog = dialogBehind(kIdImportRules, L"Open");
+  const HWND dialog = dialogBehind(IDC_CFG_IMPORT, L"Open");
   ASSERT_NE(dialog, nullptr);
   EXPECT_EQ(nameIn(dialog), L"");
   EXPECT_THAT(typesIn(dialog), ElementsAre(L"> XML files (*.xml)", L"All files (*.*)"));
@@ -153,7 +153,7 @@ TEST_F(RuleExchange, OffersXmlFilesForAnImport) {
 TEST_F(RuleExchange, RefusesToImportAFileThatIsNotThere) {
   start();
   openEditor();
-  const HWND dialog = dialogBehind(kIdImportRules, L"Open");
+  const HWND dialog = dialogBehind(IDC_CFG_IMPORT, L"Open");
   confirmName(dialog, exports.file(L"missing.xml"));
   const HWND complaint = waitForDialog(*program, dialog);
   ASSERT_NE(complaint, nullptr);
@@ -168,8 +168,8 @@ TEST_F(RuleExchange, ReportsAFailedImportAndChangesNothing) {
   startWith(someRules());
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, "<config><rules>");
-  type(0, kIdRuleLocalPort, L"1");
-  const HWND dialog = dialogBehind(kIdImportRules, L"Open");
+  type(0, IDC_RULE_LOCAL_PORT, L"1");
+  const HWND dialog = dialogBehind(IDC_CFG_IMPORT, L"Open");
   confirmName(dialog, path);
   const HWND box = waitForDialog(*program, editor, L"Error");
   ASSERT_NE(box, nullptr);
@@ -185,8 +185,8 @@ TEST_F(RuleExchange, ReportsAFailedImportAndChangesNothing) {
 
 TEST_F(RuleExchange, GoesWithTheMainWindowWhileADialogIsOpen) {
   startWith(someRules());
-  type(0, kIdRuleLocalPort, L"1");
-  ASSERT_NE(dialogBehind(kIdExportRules, L"Save As"), nullptr);
+  type(0, IDC_RULE_LOCAL_PORT, L"1");
+  ASSERT_NE(dialogBehind(IDC_CFG_EXPORT, L"Save As"), nullptr);
   EXPECT_EQ(program->close(), 0U);
   EXPECT_EQ(files.logMessages().back(), L"Server stopped.");
   EXPECT_EQ(config(), configBytes(someRules()));
@@ -197,7 +197,7 @@ TEST_F(RuleExchange, GoesWithTheMainWindowWhileAnErrorIsShown) {
   openEditor();
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, "");
-  confirmName(dialogBehind(kIdImportRules, L"Open"), path);
+  confirmName(dialogBehind(IDC_CFG_IMPORT, L"Open"), path);
   ASSERT_NE(waitForDialog(*program, editor, L"Error"), nullptr);
   EXPECT_EQ(program->close(), 0U);
 }

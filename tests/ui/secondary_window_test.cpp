@@ -103,9 +103,9 @@ TEST_P(SecondaryWindow, GoesWithTheMainWindow) {
 }
 
 constexpr Secondary kSecondaries[] = {
-    {"Config", kIdOpenConfig, L"QuillgateCfgWnd", L"Config", {0, 0, 700, 430}},
-    {"Monitor", kIdOpenMonitor, L"QuillgateMonWnd", L"Monitor", {0, 0, 980, 560}},
-    {"Log", kIdOpenLog, L"QuillgateLogWnd", L"Log", {0, 0, 900, 520}},
+    {"Config", IDC_OPEN_CONFIG, L"QuillgateCfgWnd", L"Config", {0, 0, 700, 430}},
+    {"Monitor", IDC_OPEN_MONITOR, L"QuillgateMonWnd", L"Monitor", {0, 0, 980, 560}},
+    {"Log", IDC_OPEN_LOG, L"QuillgateLogWnd", L"Log", {0, 0, 900, 520}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Ui, SecondaryWindow, testing::ValuesIn(kSecondaries),

@@ -102,7 +102,7 @@ TEST_F(StartUp, UsesTheWorkingFolderWhenThereIsNoDataFolder) {
 TEST_F(StartUp, RunsWithoutFilesWhenTheDataFolderCannotBeCreated) {
   writeFile(files.baseDir, "a file where the folder should be");
   start();
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
   EXPECT_EQ(contentOf(files.logPath), std::nullopt);
   EXPECT_EQ(program->close(), 0u);
 }
@@ -110,7 +110,7 @@ TEST_F(StartUp, RunsWithoutFilesWhenTheDataFolderCannotBeCreated) {
 TEST_F(StartUp, IgnoresTheCommandLine) {
   start({.localAppData = folder.path(), .arguments = L"/? --stopped config=other.xml"});
   EXPECT_TRUE(files.waitForLog(L"Server started."));
-  EXPECT_EQ(textOf(mainControl(kIdStartStop)), L"Stop server");
+  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
   EXPECT_EQ(program->close(), 0u);
 }
 

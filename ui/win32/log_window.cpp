@@ -20,8 +20,8 @@ Rectangle listPlace(HWND window) {
 
 void createControlsOf(HWND window) {
   const ControlRow rows[] = {
-      {kIdLogClear, L"BUTTON", L"Clear logs", BS_PUSHBUTTON, 0, kClearPlace},
-      {kIdLogList, L"LISTBOX", L"",
+      {IDC_LOG_CLEAR, L"BUTTON", L"Clear logs", BS_PUSHBUTTON, 0, kClearPlace},
+      {IDC_LOG_LIST, L"LISTBOX", L"",
        WS_VSCROLL | LBS_USETABSTOPS | LBS_NOINTEGRALHEIGHT | LBS_DISABLENOSCROLL, WS_EX_CLIENTEDGE,
        listPlace(window)},
   };
@@ -69,7 +69,7 @@ LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CLOSE:
       onClose();
       return 0;
-    case kLogNewLineMessage:
+    case WM_LOG_NEW_LINE:
       onNewLines();
       return 0;
     default:
@@ -79,7 +79,7 @@ LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void LogWindow::onCreate() {
   createControlsOf(handle());
-  const HWND list = GetDlgItem(handle(), kIdLogList);
+  const HWND list = GetDlgItem(handle(), IDC_LOG_LIST);
   uiState().logListBox = list;
   EventLog& log = sharedState().log;
   {
@@ -92,12 +92,13 @@ void LogWindow::onCreate() {
 }
 
 void LogWindow::onSize() {
-  const Placement placements[] = {{kIdLogClear, kClearPlace}, {kIdLogList, listPlace(handle())}};
+  const Placement placements[] = {{IDC_LOG_CLEAR, kClearPlace},
+                                  {IDC_LOG_LIST, listPlace(handle())}};
   placeControls(handle(), placements);
 }
 
 void LogWindow::onCommand(int id) {
-  if (id != kIdLogClear) return;
+  if (id != IDC_LOG_CLEAR) return;
   sharedState().log.clear();
   if (IsWindow(uiState().logListBox)) SendMessageW(uiState().logListBox, LB_RESETCONTENT, 0, 0);
 }

@@ -1,5 +1,5 @@
 // The log window: the event log's lines, live, newest at the bottom, and a button that clears them.
-// UI thread only; other threads post kLogNewLineMessage.
+// UI thread only; other threads post WM_LOG_NEW_LINE.
 #pragma once
 
 #include "ui/win32/window.h"

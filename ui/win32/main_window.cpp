@@ -21,18 +21,18 @@ constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBO
 // The first placement only: the size change of the first showing brings kLayout.
 constexpr Rectangle kFirstIndicatorPlace{10, 18, 18, 18};
 constexpr ControlRow kButtons[] = {
-    {kIdStartStop, L"BUTTON", L"Stop server", BS_PUSHBUTTON, 0, {40, 10, 180, 34}},
-    {kIdOpenConfig, L"BUTTON", L"Config", BS_PUSHBUTTON, 0, {240, 10, 180, 34}},
-    {kIdOpenMonitor, L"BUTTON", L"Monitor", BS_PUSHBUTTON, 0, {440, 10, 180, 34}},
-    {kIdOpenLog, L"BUTTON", L"Log", BS_PUSHBUTTON, 0, {640, 10, 90, 34}},
-    {kIdStatus, L"BUTTON", L"Status", BS_PUSHBUTTON, 0, {740, 10, 90, 34}},
+    {IDC_START_STOP, L"BUTTON", L"Stop server", BS_PUSHBUTTON, 0, {40, 10, 180, 34}},
+    {IDC_OPEN_CONFIG, L"BUTTON", L"Config", BS_PUSHBUTTON, 0, {240, 10, 180, 34}},
+    {IDC_OPEN_MONITOR, L"BUTTON", L"Monitor", BS_PUSHBUTTON, 0, {440, 10, 180, 34}},
+    {IDC_OPEN_LOG, L"BUTTON", L"Log", BS_PUSHBUTTON, 0, {640, 10, 90, 34}},
+    {IDC_STATUS, L"BUTTON", L"Status", BS_PUSHBUTTON, 0, {740, 10, 90, 34}},
 };
 
 constexpr Rectangle kIndicatorPlace{14, 18, 20, 20};
 constexpr Placement kLayout[] = {
-    {kIdStartStop, {44, 6, 142, 32}},    {kIdOpenConfig, {194, 6, 142, 32}},
-    {kIdOpenMonitor, {344, 6, 142, 32}}, {kIdOpenLog, {498, 6, 82, 32}},
-    {kIdStatus, {586, 6, 82, 32}},
+    {IDC_START_STOP, {44, 6, 142, 32}},    {IDC_OPEN_CONFIG, {194, 6, 142, 32}},
+    {IDC_OPEN_MONITOR, {344, 6, 142, 32}}, {IDC_OPEN_LOG, {498, 6, 82, 32}},
+    {IDC_STATUS, {586, 6, 82, 32}},
 };
 
 }  // namespace
@@ -89,22 +89,22 @@ void MainWindow::onSize() {
 
 void MainWindow::onCommand(int id) {
   switch (id) {
-    case kIdStartStop:
+    case IDC_START_STOP:
       onStartStop();
       break;
-    case kIdOpenConfig:
+    case IDC_OPEN_CONFIG:
       openSecondaryWindow({uiState().configWindow, RuleEditor::kClassName, L"Config", 700, 430,
                            makeWindow<RuleEditor>});
       break;
-    case kIdOpenLog:
+    case IDC_OPEN_LOG:
       openSecondaryWindow(
           {uiState().logWindow, LogWindow::kClassName, L"Log", 900, 520, makeWindow<LogWindow>});
       break;
-    case kIdOpenMonitor:
+    case IDC_OPEN_MONITOR:
       openSecondaryWindow({uiState().monitorWindow, MonitorWindow::kClassName, L"Monitor", 980, 560,
                            makeWindow<MonitorWindow>});
       break;
-    case kIdStatus:
+    case IDC_STATUS:
       toggleStatusPanel();
       refreshStatusPanel();
       break;
@@ -133,7 +133,7 @@ void MainWindow::onDestroy() {
 
 void showRunningState() {
   const std::wstring caption(startStopCaption(sharedState().server.isRunning()));
-  SetDlgItemTextW(uiState().mainWindow, kIdStartStop, caption.c_str());
+  SetDlgItemTextW(uiState().mainWindow, IDC_START_STOP, caption.c_str());
   if (uiState().indicator != nullptr) InvalidateRect(uiState().indicator, nullptr, TRUE);
 }
 

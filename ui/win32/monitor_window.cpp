@@ -24,11 +24,11 @@ Rectangle viewPlace(const Rectangle& client) {
 void createControlsOf(HWND window) {
   const Rectangle client = clientRectangle(window);
   const ControlRow rows[] = {
-      {kIdMonitorFilter, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, filterPlace(client)},
-      {kIdMonitorFormat, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, formatPlace(client)},
-      {kIdMonitorSave, L"BUTTON", L"Save TXT", BS_PUSHBUTTON, 0, savePlace(client)},
-      {kIdMonitorClear, L"BUTTON", L"Clear", BS_PUSHBUTTON, 0, clearPlace(client)},
-      {kIdMonitorView, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
+      {IDC_MON_FILTER, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, filterPlace(client)},
+      {IDC_MON_FORMAT, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, formatPlace(client)},
+      {IDC_MON_SAVE, L"BUTTON", L"Save TXT", BS_PUSHBUTTON, 0, savePlace(client)},
+      {IDC_MON_CLEAR, L"BUTTON", L"Clear", BS_PUSHBUTTON, 0, clearPlace(client)},
+      {IDC_MON_VIEW, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
        WS_EX_CLIENTEDGE, viewPlace(client)},
   };
   createControls(window, rows);
@@ -61,7 +61,7 @@ LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CLOSE:
       onClose();
       return 0;
-    case kMonitorRefreshMessage:
+    case WM_MONITOR_REFRESH:
       onRefresh();
       return 0;
     case WM_TIMER:
@@ -76,9 +76,9 @@ LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 void MonitorWindow::onCreate() {
   createControlsOf(handle());
   UiState& ui = uiState();
-  ui.monitorFilterList = GetDlgItem(handle(), kIdMonitorFilter);
-  ui.monitorFormatList = GetDlgItem(handle(), kIdMonitorFormat);
-  ui.monitorView = GetDlgItem(handle(), kIdMonitorView);
+  ui.monitorFilterList = GetDlgItem(handle(), IDC_MON_FILTER);
+  ui.monitorFormatList = GetDlgItem(handle(), IDC_MON_FORMAT);
+  ui.monitorView = GetDlgItem(handle(), IDC_MON_VIEW);
   tail_.attach(ui.monitorView);
   for (const wchar_t* name : kFormatNames) addEntry(ui.monitorFormatList, name);
   select(ui.monitorFormatList, formatIndex(sharedState()));
@@ -91,28 +91,28 @@ void MonitorWindow::onSize() {
   const Rectangle client = clientRectangle(handle());
   Rectangle filter = filterPlace(client);
   filter.width = std::max(filter.width, kMinFilterWidth);
-  const Placement placements[] = {{kIdMonitorFilter, filter},
-                                  {kIdMonitorFormat, formatPlace(client)},
-                                  {kIdMonitorSave, savePlace(client)},
-                                  {kIdMonitorClear, clearPlace(client)},
-                                  {kIdMonitorView, viewPlace(client)}};
+  const Placement placements[] = {{IDC_MON_FILTER, filter},
+                                  {IDC_MON_FORMAT, formatPlace(client)},
+                                  {IDC_MON_SAVE, savePlace(client)},
+                                  {IDC_MON_CLEAR, clearPlace(client)},
+                                  {IDC_MON_VIEW, viewPlace(client)}};
   placeControls(handle(), placements);
 }
 
 void MonitorWindow::onCommand(int id, int notification) {
   switch (id) {
-    case kIdMonitorFilter:
+    case IDC_MON_FILTER:
       if (notification != CBN_SELCHANGE) break;
       tail_.show(chooseFilter(sharedState(), view_, selectedFilter()));
       break;
-    case kIdMonitorFormat:
+    case IDC_MON_FORMAT:
       if (notification != CBN_SELCHANGE) break;
       tail_.show(chooseFormat(sharedState(), view_, selectedIndex(uiState().monitorFormatList)));
       break;
-    case kIdMonitorClear:
+    case IDC_MON_CLEAR:
       tail_.show(clearMonitor(sharedState(), view_));
       break;
-    case kIdMonitorSave:
+    case IDC_MON_SAVE:
       onSave();
       break;
     default:

@@ -1,5 +1,5 @@
 // The monitor window: a live dump of what is captured, with a filter, a format, an export and a way
-// to forget it all. UI thread only; other threads post kMonitorRefreshMessage.
+// to forget it all. UI thread only; other threads post WM_MONITOR_REFRESH.
 #pragma once
 
 #include <cstddef>

@@ -29,7 +29,7 @@ constexpr ControlRow kLabels[] = {
 
 // The id of a control in the row of the rule with this index.
 int idIn(std::size_t rule, int firstRowId) {
-  return firstRowId + kIdRuleRowStep * static_cast<int>(rule);
+  return firstRowId + kRuleRowStep * static_cast<int>(rule);
 }
 
 ControlRow field(int id, const Rectangle& place) {
@@ -39,16 +39,16 @@ ControlRow field(int id, const Rectangle& place) {
 void createRow(HWND editor, std::size_t rule) {
   const int y = 58 + 28 * static_cast<int>(rule);
   const ControlRow controls[] = {
-      {idIn(rule, kIdRuleEnabled), L"BUTTON", L"", BS_AUTOCHECKBOX, 0, {10, y + 4, 40, 20}},
+      {idIn(rule, IDC_RULE_ENABLED), L"BUTTON", L"", BS_AUTOCHECKBOX, 0, {10, y + 4, 40, 20}},
       // The height includes the opened list.
-      {idIn(rule, kIdRuleProto), L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, {70, y, 70, 400}},
-      field(idIn(rule, kIdRuleLocalPort), {150, y, 90, 22}),
-      field(idIn(rule, kIdRuleTargetIp), {260, y, 250, 22}),
-      field(idIn(rule, kIdRuleTargetPort), {520, y, 90, 22}),
+      {idIn(rule, IDC_RULE_PROTO), L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, {70, y, 70, 400}},
+      field(idIn(rule, IDC_RULE_LOCAL_PORT), {150, y, 90, 22}),
+      field(idIn(rule, IDC_RULE_TARGET_IP), {260, y, 250, 22}),
+      field(idIn(rule, IDC_RULE_TARGET_PORT), {520, y, 90, 22}),
   };
   createControls(editor, controls);
   for (const wchar_t* name : kProtocolNames) {
-    SendDlgItemMessageW(editor, idIn(rule, kIdRuleProto), CB_ADDSTRING, 0,
+    SendDlgItemMessageW(editor, idIn(rule, IDC_RULE_PROTO), CB_ADDSTRING, 0,
                         reinterpret_cast<LPARAM>(name));
   }
 }
@@ -56,10 +56,10 @@ void createRow(HWND editor, std::size_t rule) {
 void createButtons(HWND editor) {
   const int width = clientRectangle(editor).width;
   const ControlRow buttons[] = {
-      {kIdImportRules, L"BUTTON", L"Import XML", BS_PUSHBUTTON, 0, {10, 356, 120, 30}},
-      {kIdExportRules, L"BUTTON", L"Export XML", BS_PUSHBUTTON, 0, {140, 356, 120, 30}},
-      {kIdSaveRules, L"BUTTON", L"Save", BS_PUSHBUTTON, 0, {width - 220, 356, 90, 30}},
-      {kIdCancelRules, L"BUTTON", L"Cancel", BS_PUSHBUTTON, 0, {width - 120, 356, 90, 30}},
+      {IDC_CFG_IMPORT, L"BUTTON", L"Import XML", BS_PUSHBUTTON, 0, {10, 356, 120, 30}},
+      {IDC_CFG_EXPORT, L"BUTTON", L"Export XML", BS_PUSHBUTTON, 0, {140, 356, 120, 30}},
+      {IDC_CFG_SAVE, L"BUTTON", L"Save", BS_PUSHBUTTON, 0, {width - 220, 356, 90, 30}},
+      {IDC_CFG_CANCEL, L"BUTTON", L"Cancel", BS_PUSHBUTTON, 0, {width - 120, 356, 90, 30}},
   };
   createControls(editor, buttons);
 }
@@ -73,21 +73,21 @@ std::wstring textIn(HWND editor, int id) {
 }
 
 void showRow(HWND editor, std::size_t rule, const RuleRow& row) {
-  CheckDlgButton(editor, idIn(rule, kIdRuleEnabled), row.enabled ? BST_CHECKED : BST_UNCHECKED);
-  SendDlgItemMessageW(editor, idIn(rule, kIdRuleProto), CB_SETCURSEL,
+  CheckDlgButton(editor, idIn(rule, IDC_RULE_ENABLED), row.enabled ? BST_CHECKED : BST_UNCHECKED);
+  SendDlgItemMessageW(editor, idIn(rule, IDC_RULE_PROTO), CB_SETCURSEL,
                       static_cast<WPARAM>(row.proto), 0);
-  SetDlgItemTextW(editor, idIn(rule, kIdRuleLocalPort), row.localPort.c_str());
-  SetDlgItemTextW(editor, idIn(rule, kIdRuleTargetIp), row.targetIp.c_str());
-  SetDlgItemTextW(editor, idIn(rule, kIdRuleTargetPort), row.targetPort.c_str());
+  SetDlgItemTextW(editor, idIn(rule, IDC_RULE_LOCAL_PORT), row.localPort.c_str());
+  SetDlgItemTextW(editor, idIn(rule, IDC_RULE_TARGET_IP), row.targetIp.c_str());
+  SetDlgItemTextW(editor, idIn(rule, IDC_RULE_TARGET_PORT), row.targetPort.c_str());
 }
 
 RuleRow readRow(HWND editor, std::size_t rule) {
-  const bool udp = SendDlgItemMessageW(editor, idIn(rule, kIdRuleProto), CB_GETCURSEL, 0, 0) ==
+  const bool udp = SendDlgItemMessageW(editor, idIn(rule, IDC_RULE_PROTO), CB_GETCURSEL, 0, 0) ==
                    static_cast<LRESULT>(Protocol::udp);
-  return {IsDlgButtonChecked(editor, idIn(rule, kIdRuleEnabled)) == BST_CHECKED,
-          udp ? Protocol::udp : Protocol::tcp, textIn(editor, idIn(rule, kIdRuleLocalPort)),
-          textIn(editor, idIn(rule, kIdRuleTargetIp)),
-          textIn(editor, idIn(rule, kIdRuleTargetPort))};
+  return {IsDlgButtonChecked(editor, idIn(rule, IDC_RULE_ENABLED)) == BST_CHECKED,
+          udp ? Protocol::udp : Protocol::tcp, textIn(editor, idIn(rule, IDC_RULE_LOCAL_PORT)),
+          textIn(editor, idIn(rule, IDC_RULE_TARGET_IP)),
+          textIn(editor, idIn(rule, IDC_RULE_TARGET_PORT))};
 }
 
 }  // namespace
@@ -128,16 +128,16 @@ LRESULT RuleEditor::onColorRequest(HDC context) {
 
 void RuleEditor::onCommand(int id) {
   switch (id) {
-    case kIdSaveRules:
+    case IDC_CFG_SAVE:
       onSave();
       break;
-    case kIdCancelRules:
+    case IDC_CFG_CANCEL:
       onClose();
       break;
-    case kIdExportRules:
+    case IDC_CFG_EXPORT:
       onExport();
       break;
-    case kIdImportRules:
+    case IDC_CFG_IMPORT:
       onImport();
       break;
     default:

@@ -20,7 +20,7 @@ Rectangle panelRectangle() {
 HWND createPanel() {
   return createControl(
       uiState().mainWindow,
-      {kIdStatusText, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
+      {IDC_STATUS_TEXT, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
        WS_EX_CLIENTEDGE, panelRectangle()});
 }
 

@@ -12,13 +12,11 @@ namespace {
 // handle is checked, and posting to one that goes in between fails.
 class WindowNotifier final : public UiNotifier {
  public:
-  void linesWait() noexcept override { post(uiState().logWindow, kLogNewLineMessage); }
+  void linesWait() noexcept override { post(uiState().logWindow, WM_LOG_NEW_LINE); }
 
   bool recordsWatched() const noexcept override { return IsWindow(uiState().monitorWindow) != 0; }
 
-  bool recordsWait() noexcept override {
-    return post(uiState().monitorWindow, kMonitorRefreshMessage);
-  }
+  bool recordsWait() noexcept override { return post(uiState().monitorWindow, WM_MONITOR_REFRESH); }
 
  private:
   static bool post(HWND window, UINT message) noexcept {
