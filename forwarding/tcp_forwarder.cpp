@@ -37,9 +37,9 @@ void acceptClient(const Reports& reports, std::int32_t ruleIndex, const ForwardR
   Socket client = platform::acceptConnection(listener, peerAddress);
   if (!client.isOpen()) return;
   platform::Thread session(
-      platform::kWorkerStackBytes,
-      [reports, ruleIndex, clientSocket = std::move(client), peerAddress, rule]() mutable {
-        runTcpSession(reports, ruleIndex, std::move(clientSocket), peerAddress, std::move(rule));
+      platform::kWorkerStackBytes, [reports, ruleIndex, clientSocket = std::move(client),
+                                    peerAddress, ownRule = rule]() mutable {
+        runTcpSession(reports, ruleIndex, std::move(clientSocket), peerAddress, std::move(ownRule));
       });
   session.detach();
 }

@@ -261,9 +261,8 @@ class MonitorViewProperty : public MonitorViewTest, public testing::WithParamInt
     ASSERT_EQ(text != nullptr ? *text : plain_.text, plain_.text);
   }
 
-  std::mt19937 random_{GetParam()};
-
  private:
+  std::mt19937 random_{GetParam()};
   PlainView plain_;
   std::size_t shown_[4] = {};
 };

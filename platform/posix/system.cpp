@@ -16,7 +16,8 @@ namespace {
 constexpr mode_t kFolderMode = 0700;
 
 std::string environmentValue(const char* name) {
-  const char* value = std::getenv(name);
+  // Nothing in this process changes the environment.
+  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
   return value == nullptr ? std::string() : std::string(value);
 }
 

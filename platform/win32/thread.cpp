@@ -38,7 +38,7 @@ void Thread::start(std::size_t stackBytes, std::unique_ptr<AnyBody> body) {
   if (native_ == 0) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }
-  body.release();  // the new thread owns it
+  static_cast<void>(body.release());  // the new thread owns it
 }
 
 void Thread::join() {

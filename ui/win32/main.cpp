@@ -65,6 +65,6 @@ int run(HINSTANCE instance, int showCommand) {
 }  // namespace
 }  // namespace quillgate
 
-int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int showCommand) noexcept {
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int showCommand) {
   return quillgate::run(instance, showCommand);
 }
