@@ -86,5 +86,13 @@ TEST(RuleGrid, KeepsAnEnabledRuleWithoutPorts) {
   EXPECT_EQ(rule.targetPort, 0);
 }
 
+TEST(RuleGrid, NamesEveryFieldForScreenReaders) {
+  EXPECT_EQ(accessibleName(0, 0), L"Rule 1 enabled");
+  EXPECT_EQ(accessibleName(1, 1), L"Rule 2 protocol");
+  EXPECT_EQ(accessibleName(9, 2), L"Rule 10 local port");
+  EXPECT_EQ(accessibleName(2, 3), L"Rule 3 target IP");
+  EXPECT_EQ(accessibleName(4, 4), L"Rule 5 target port");
+}
+
 }  // namespace
 }  // namespace quillgate

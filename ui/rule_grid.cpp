@@ -4,6 +4,10 @@
 
 namespace quillgate {
 
+std::wstring accessibleName(std::size_t rule, std::size_t field) {
+  return L"Rule " + std::to_wstring(rule + 1) + L" " + kFieldNames[field];
+}
+
 RuleRow rowFrom(const ForwardRule& rule) {
   return {rule.enabled, rule.proto == Protocol::tcp ? Protocol::tcp : Protocol::udp,
           std::to_wstring(rule.localPort), rule.targetIp, std::to_wstring(rule.targetPort)};

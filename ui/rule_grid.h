@@ -2,6 +2,7 @@
 // reads them back. Pure; UI thread.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "forwarding/forward_rule.h"
@@ -21,6 +22,14 @@ struct RuleRow {
 
 // What the protocol list offers, by its index.
 inline constexpr const wchar_t* kProtocolNames[] = {L"TCP", L"UDP"};
+
+// The fields of a row from left to right.
+inline constexpr const wchar_t* kFieldNames[] = {L"enabled", L"protocol", L"local port",
+                                                 L"target IP", L"target port"};
+
+// What a screen reader calls a field, by the indexes of its rule and in kFieldNames:
+// "Rule 3 target IP".
+[[nodiscard]] std::wstring accessibleName(std::size_t rule, std::size_t field);
 
 // A protocol that is neither is shown as UDP.
 [[nodiscard]] RuleRow rowFrom(const ForwardRule& rule);

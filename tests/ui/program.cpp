@@ -28,11 +28,14 @@ std::wstring programFolder() {
   return std::filesystem::path(path).parent_path().parent_path().wstring();
 }
 
-RegistrySetting::RegistrySetting(const std::wstring& key, std::wstring name,
+std::wstring fakeLibrary(const std::wstring& name) {
+  return programFolder() + L"\\tests\\fakes\\" + name + L".dll";
+}
+
+RegistrySetting::RegistrySetting(HKEY root, const std::wstring& key, std::wstring name,
                                  const std::wstring& value)
     : name_(std::move(name)), former_(4096) {
-  RegCreateKeyExW(HKEY_CURRENT_USER, key.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key_,
-                  nullptr);
+  RegCreateKeyExW(root, key.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key_, nullptr);
   auto size = static_cast<DWORD>(former_.size());
   DWORD type = 0;
   if (RegQueryValueExW(key_, name_.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(former_.data()),
@@ -122,6 +125,7 @@ Program::Program(const Launch& launch) {
   std::wstring commandLine = L"\"" + executable + L"\" " + launch.arguments;
   // Other programs see this too, so it is so only until the program has come up.
   const RegistrySetting localAppData(
+      HKEY_CURRENT_USER,
       L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
       L"Local AppData", launch.localAppData);
 

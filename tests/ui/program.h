@@ -17,6 +17,9 @@ namespace quillgate::test {
 // The folder that holds the program under test, without a separator at its end.
 [[nodiscard]] std::wstring programFolder();
 
+// The path of a library that stands in for one of the system's.
+[[nodiscard]] std::wstring fakeLibrary(const std::wstring& name);
+
 // The text in these bytes, which are UTF-16LE.
 [[nodiscard]] std::wstring utf16leText(const std::string& bytes);
 
@@ -42,10 +45,10 @@ struct ProgramFiles {
 // The bytes of a rule file in the program's own form.
 [[nodiscard]] std::string configBytes(const RuleSet& rules);
 
-// A text value below HKEY_CURRENT_USER that is as given while the object lives.
+// A text value in the registry that is as given while the object lives.
 class RegistrySetting {
  public:
-  RegistrySetting(const std::wstring& key, std::wstring name, const std::wstring& value);
+  RegistrySetting(HKEY root, const std::wstring& key, std::wstring name, const std::wstring& value);
   ~RegistrySetting();
   RegistrySetting(const RegistrySetting&) = delete;
   RegistrySetting& operator=(const RegistrySetting&) = delete;

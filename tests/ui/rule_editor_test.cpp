@@ -218,5 +218,33 @@ TEST_F(RuleEditor, SavesOnAnyNotificationOfItsButton) {
   EXPECT_THAT(files.logMessages(), Contains(L"Config saved and applied."));
 }
 
+// The name that a control has from the name service of the tests.
+std::wstring nameOf(HWND control) {
+  const HANDLE atom = GetPropW(control, L"AccessibleName");
+  std::wstring name(64, L'\0');
+  name.resize(GlobalGetAtomNameW(static_cast<ATOM>(reinterpret_cast<INT_PTR>(atom)), name.data(),
+                                 static_cast<int>(name.size())));
+  return name;
+}
+
+TEST_F(RuleEditor, NamesItsFieldsForScreenReaders) {
+  const RegistrySetting nameService(
+      HKEY_LOCAL_MACHINE,
+      L"Software\\Classes\\CLSID\\{B5F8350B-0548-48B1-A6EE-88BD00B4A5E7}\\InProcServer32", L"",
+      fakeLibrary(L"name_service"));
+  start();
+  openEditor();
+  for (int rule = 0; rule < 10; ++rule) {
+    const std::wstring start = L"Rule " + std::to_wstring(rule + 1) + L" ";
+    EXPECT_EQ(nameOf(control(rule, IDC_RULE_ENABLED)), start + L"enabled");
+    EXPECT_EQ(nameOf(control(rule, IDC_RULE_PROTO)), start + L"protocol");
+    EXPECT_EQ(nameOf(control(rule, IDC_RULE_LOCAL_PORT)), start + L"local port");
+    EXPECT_EQ(nameOf(control(rule, IDC_RULE_TARGET_IP)), start + L"target IP");
+    EXPECT_EQ(nameOf(control(rule, IDC_RULE_TARGET_PORT)), start + L"target port");
+  }
+  EXPECT_EQ(program->close(), 0u);
+  EXPECT_EQ(GlobalFindAtomW(L"Rule 3 target IP"), 0) << "the name outlives its field";
+}
+
 }  // namespace
 }  // namespace quillgate::test

@@ -117,8 +117,9 @@ TEST_F(StartUp, IgnoresTheCommandLine) {
 TEST_F(StartUp, ReportsSocketsThatCannotBeStartedAndEndsWithOne) {
   const TempFolder programCopy;
   std::filesystem::copy(programFolder() + L"\\quillgate.exe", programCopy.path());
-  std::filesystem::copy(programFolder() + L"\\tests\\fakes\\ws2_32.dll", programCopy.path());
-  const RegistrySetting noSockets(L"Software\\Wine\\AppDefaults\\quillgate.exe\\DllOverrides",
+  std::filesystem::copy(fakeLibrary(L"no_sockets"), programCopy.path() + L"\\ws2_32.dll");
+  const RegistrySetting noSockets(HKEY_CURRENT_USER,
+                                  L"Software\\Wine\\AppDefaults\\quillgate.exe\\DllOverrides",
                                   L"ws2_32", L"native");
   program = std::make_unique<Program>(
       Launch{.localAppData = folder.path(), .programFolder = programCopy.path()});
@@ -136,7 +137,8 @@ TEST_F(StartUp, ReportsSocketsThatCannotBeStartedAndEndsWithOne) {
 
 TEST_F(StartUp, EndsWithOneWhenTheMainWindowCannotBeCreated) {
   // No top-level window can be created on a desktop without a display driver.
-  const RegistrySetting noDriver(L"Software\\Wine\\Drivers", L"Graphics", L"none");
+  const RegistrySetting noDriver(HKEY_CURRENT_USER, L"Software\\Wine\\Drivers", L"Graphics",
+                                 L"none");
   program =
       std::make_unique<Program>(Launch{.localAppData = folder.path(), .desktop = L"no_display"});
   EXPECT_EQ(program->waitForExit(), 1u);

@@ -1,7 +1,7 @@
 #include "ui/win32/rule_editor.h"
 
+#include <iterator>
 #include <string>
-#include <vector>
 
 #include "ui/dialogs.h"
 #include "ui/rule_grid.h"
@@ -50,6 +50,14 @@ void createRow(HWND editor, std::size_t rule) {
   for (const wchar_t* name : kProtocolNames) {
     SendDlgItemMessageW(editor, idIn(rule, IDC_RULE_PROTO), CB_ADDSTRING, 0,
                         reinterpret_cast<LPARAM>(name));
+  }
+}
+
+// The ids of a row follow one another in the order of its fields.
+void nameRow(HWND editor, std::size_t rule, AccessibleNames& names) {
+  for (std::size_t field = 0; field < std::size(kFieldNames); ++field) {
+    const int id = idIn(rule, IDC_RULE_ENABLED + static_cast<int>(field));
+    names.set(GetDlgItem(editor, id), accessibleName(rule, field));
   }
 }
 
@@ -107,6 +115,9 @@ LRESULT RuleEditor::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CLOSE:
       onClose();
       return 0;
+    case WM_DESTROY:
+      names_.clear();
+      return 0;
     default:
       return defaultResult(message, wParam, lParam);
   }
@@ -114,7 +125,10 @@ LRESULT RuleEditor::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void RuleEditor::onCreate() {
   createControls(handle(), kLabels);
-  for (std::size_t rule = 0; rule < kRuleCount; ++rule) createRow(handle(), rule);
+  for (std::size_t rule = 0; rule < kRuleCount; ++rule) {
+    createRow(handle(), rule);
+    nameRow(handle(), rule, names_);
+  }
   createButtons(handle());
   fillRuleGrid();
 }

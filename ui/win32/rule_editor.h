@@ -4,6 +4,7 @@
 
 #include "forwarding/forward_rule.h"
 #include "ui/rule_actions.h"
+#include "ui/win32/accessible_names.h"
 #include "ui/win32/window.h"
 
 namespace quillgate {
@@ -29,6 +30,8 @@ class RuleEditor final : public Window, private RuleViews {
   void fillRuleGrid() override;
   void refreshStatusPanel() override;
   [[nodiscard]] MonitorControls* monitorControls() override;
+
+  AccessibleNames names_;
 };
 
 }  // namespace quillgate
