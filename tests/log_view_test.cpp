@@ -46,5 +46,15 @@ TEST(LogView, KeepsFiveHundredLines) {
   EXPECT_EQ(surplusLines(1700), 1200);
 }
 
+TEST(LogView, TakesOfManyNewLinesThoseThatCanStay) {
+  std::vector<std::wstring> lines(500, L"newer");
+  EXPECT_EQ(newestOf(lines).data(), lines.data());
+  EXPECT_EQ(newestOf(lines).size(), 500u);
+  lines.insert(lines.begin(), L"oldest");
+  EXPECT_EQ(newestOf(lines).data(), lines.data() + 1);
+  EXPECT_EQ(newestOf(lines).size(), 500u);
+  EXPECT_TRUE(newestOf({}).empty());
+}
+
 }  // namespace
 }  // namespace quillgate

@@ -11,6 +11,10 @@ bool followsEnd(const ListPosition& position) {
   return position.topIndex + rows >= position.count - 1;
 }
 
+std::span<const std::wstring> newestOf(std::span<const std::wstring> lines) {
+  return lines.last(std::min(lines.size(), kLogViewMaxLines));
+}
+
 int surplusLines(int count) { return std::max(count - static_cast<int>(kLogViewMaxLines), 0); }
 
 }  // namespace quillgate

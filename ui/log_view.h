@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
+#include <string>
 
 namespace quillgate {
 
@@ -19,6 +21,9 @@ struct ListPosition {
 // Whether the reader stands at the end of the list, within one line, so that it shall go on showing
 // the newest line. Asked before lines are added.
 [[nodiscard]] bool followsEnd(const ListPosition& position);
+
+// Those of new lines that can end up among the lines shown.
+[[nodiscard]] std::span<const std::wstring> newestOf(std::span<const std::wstring> lines);
 
 // How many of the oldest lines have to go from a list of `count`.
 [[nodiscard]] int surplusLines(int count);

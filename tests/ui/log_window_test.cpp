@@ -2,8 +2,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include "core/time_stamp.h"
+#include "tests/support/load.h"
+#include "tests/support/test_sockets.h"
+#include "tests/ui/slowest_answer.h"
 #include "tests/ui/ui_test.h"
 
 namespace quillgate::test {
@@ -205,6 +210,52 @@ TEST_F(LogWindow, SurvivesNewsThatComesWhenItIsClosed) {
   EXPECT_TRUE(files.waitForLog(L"Server stopped.", 50));
   EXPECT_TRUE(eventually([&] { return program->windows(L"QuillgateLogWnd").empty(); }));
   EXPECT_EQ(program->close(), 0u);
+}
+
+// Two clients that take turns to send through a UDP rule: each datagram is news of a new client,
+// one line in the log.
+void takeTurns(std::uint16_t port, int datagramsPerSecond, std::chrono::seconds time) {
+  const platform::Socket clients[] = {udpOnLoopback(), udpOnLoopback()};
+  const auto interval = std::chrono::microseconds(std::chrono::seconds(1)) / datagramsPerSecond;
+  const auto start = std::chrono::steady_clock::now();
+  const auto end = start + time;
+  for (auto next = start; next < end; next += interval) {
+    std::this_thread::sleep_until(next);
+    const auto turn = static_cast<std::size_t>((next - start) / interval % 2);
+    ASSERT_TRUE(sendDatagramTo(clients[turn], port, "x"));
+  }
+}
+
+TEST_F(LogWindow, AnswersWhileLinesFlood) {
+  constexpr int kLinesPerSecond = 5000;
+  const platform::Socket target = udpOnLoopback();
+  RuleSet rules;
+  rules[0] = {true, Protocol::udp, freePort(platform::Transport::udp), L"127.0.0.1",
+              localPort(target)};
+  files.writeConfig(configBytes(rules));
+  start();
+  ASSERT_TRUE(files.waitForLog(L"Server started."));
+  openLog();
+
+  const auto time = loadTime(std::chrono::seconds(5), std::chrono::seconds(30));
+  std::atomic<bool> ended{false};
+  std::thread sender([&] {
+    takeTurns(rules[0].localPort, kLinesPerSecond, time);
+    ended = true;
+  });
+  SlowestAnswer answer(mainWindow);
+  while (!ended) answer.ask();
+  sender.join();
+
+  // Behind the last datagram.
+  sendCommand(mainWindow, IDC_START_STOP);
+  const std::vector<std::wstring> all = files.logLines();
+  EXPECT_GT(all.size(), kMostLines);
+  EXPECT_TRUE(listShows(lastOf(all, kMostLines)));
+  EXPECT_EQ(topLine(), lastTopLine());
+  RecordProperty("linesPerSecond",
+                 std::to_string(all.size() / static_cast<std::size_t>(time.count())));
+  EXPECT_LT(answer.report(), std::chrono::seconds(5));
 }
 
 }  // namespace

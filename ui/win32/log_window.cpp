@@ -1,5 +1,6 @@
 #include "ui/win32/log_window.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -45,9 +46,18 @@ ListPosition positionOf(HWND list) {
           static_cast<int>(SendMessageW(list, LB_GETITEMHEIGHT, 0, 0))};
 }
 
-void appendLines(HWND list, const std::vector<std::wstring>& lines) {
+// Takes back the notices that wait besides the one being handled: one refresh serves them all, and
+// what the user does would have to wait behind them. Handles no other message meanwhile.
+void takeNotices(HWND window) {
+  MSG notice;
+  while (PeekMessageW(&notice, window, WM_LOG_NEW_LINE, WM_LOG_NEW_LINE,
+                      PM_REMOVE | PM_QS_POSTMESSAGE) != 0) {
+  }
+}
+
+void appendLines(HWND list, std::span<const std::wstring> lines) {
   const RedrawPause pause(list);
-  for (const std::wstring& line : lines) addLine(list, line);
+  for (const std::wstring& line : newestOf(lines)) addLine(list, line);
   for (int surplus = surplusLines(countOf(list)); surplus > 0; --surplus) {
     SendMessageW(list, LB_DELETESTRING, 0, 0);
   }
@@ -112,6 +122,7 @@ void LogWindow::onClose() {
 void LogWindow::onNewLines() {
   const HWND list = uiState().logListBox;
   if (!IsWindow(list)) return;
+  takeNotices(handle());
   const bool follow = followsEnd(positionOf(list));
   const std::vector<std::wstring> lines = sharedState().log.takeNewLines();
   if (lines.empty()) return;
