@@ -15,6 +15,12 @@ settings=$({ clang-tidy --version && cat .clang-tidy tests/.clang-tidy "$0"; } |
 library=$(x86_64-w64-mingw32-g++-posix -print-file-name=include/c++)
 windowsOptions="--extra-arg=-isystem$library --extra-arg=-isystem$library/x86_64-w64-mingw32"
 
+# Notes in $clean/<preset> how preset $1 compiles each source. Headers that are precompiled by another
+# compiler cannot be read, and would hide that a source does not include what it uses.
+describe() {
+  cmake --preset "$1" -B "$clean/$1" -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+}
+
 # Prints, for each source that preset $1 compiles, one line: the preset, the source and the headers
 # of ours that it includes.
 sourcesOf() {
@@ -30,7 +36,7 @@ check() {
   local options=
   if [[ $1 == windows ]]; then options=$windowsOptions; fi
   # shellcheck disable=SC2086
-  if findings=$(clang-tidy --quiet -p "build/$1" $options "$2" 2>&1); then
+  if findings=$(clang-tidy --quiet -p "$clean/$1" $options "$2" 2>&1); then
     touch "$3"
   else
     echo "$findings"
@@ -38,7 +44,10 @@ check() {
   fi
 }
 export -f check
-export windowsOptions
+export clean windowsOptions
+
+describe linux-asan
+describe windows
 
 # A source that both presets compile is looked at as the first one does.
 declare -A seen
