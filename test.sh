@@ -2,31 +2,33 @@
 # Builds and tests everything: ./test.sh
 #
 # Installs the packages that are missing, then goes through every check and every test, on Linux,
-# under the sanitizers and on Windows, whatever fails on the way. build/test/<step>.log has what a
-# step printed. Ends with the number of test cases; exits with 0 only if nothing failed.
+# under the sanitizers and on Windows, whatever fails on the way. Tests mostly wait, so those of one
+# preset run while the next one is built. build/test/<step>.log has what a step printed. Ends with
+# the number of test cases; exits with 0 only if nothing failed.
 set -uo pipefail
+shopt -s nullglob
 cd "$(dirname "$0")" || exit
 source cmake/packages.sh
 
 logs=$PWD/build/test
+presets=(windows linux-tsan linux-asan linux-coverage linux)  # those with the longest tests first
 coveredFolders='core forwarding monitor config'
 minCoverage=95  # percent of the lines of the covered folders
 
-failedSteps=()
-failedWithoutCase=0  # of them, those that show no failed test case
+exec 3>&1  # for what steps say while their output goes elsewhere
 
-# Runs a command as the step of this name.
+# Runs a command as the step of this name; leaves build/test/<step>.failed when it fails.
 step() {
-  local name=$1 start=$SECONDS verdict=ok failed
+  local name=$1 start=$SECONDS verdict=ok code=0
   shift
-  if ! "$@" </dev/null &>"$logs/$name.log"; then
+  "$@" </dev/null &>"$logs/$name.log" 3>&- || code=$?
+  if ((code != 0)); then
     verdict=FAILED
-    failedSteps+=("$name")
-    read -r _ failed _ < <(countCases "$name/*")
-    if ((failed == 0)); then ((++failedWithoutCase)); fi
-    tail -n 60 "$logs/$name.log"
+    touch "$logs/$name.failed"
+    tail -n 60 "$logs/$name.log" >&3
   fi
-  printf '%-8s %-15s %4d s\n' "$verdict" "$name" $((SECONDS - start))
+  printf '%-8s %-20s %4d s\n' "$verdict" "$name" $((SECONDS - start)) >&3
+  return "$code"
 }
 
 # Prints how many test cases passed, failed and were skipped in the reports <step>/<program> that
@@ -45,7 +47,30 @@ checkForm() { ourFiles -name '*.cpp' -o -name '*.h' | xargs -0 clang-format --dr
 
 checkScripts() { ourFiles -name '*.sh' -o -name layering_test | xargs -0 shellcheck .ci/run; }
 
-# Builds preset $1 and runs its test programs.
+buildPreset() { cmake --preset "$1" && cmake --build --preset "$1"; }
+
+# Builds every preset and prints its name when that is done; then looks over the sources.
+buildPresets() {
+  local preset
+  for preset in "${presets[@]}"; do
+    if step "build-$preset" buildPreset "$preset"; then echo "$preset"; fi
+  done
+  step clang-tidy cmake/clang_tidy.sh
+}
+
+# Runs the tests of the presets whose names come in.
+testPresets() {
+  local preset
+  while read -r preset; do
+    if [[ $preset == linux-coverage ]]; then
+      step "test-$preset" measureCoverage
+    else
+      step "test-$preset" testPreset "$preset"
+    fi
+  done
+}
+
+# Runs the test programs of preset $1.
 testPreset() {
   local reports=$logs/$1/ runner=()
   # A Windows program finds this file system on its drive Z.
@@ -53,8 +78,7 @@ testPreset() {
   # This sanitizer finds no room when addresses are more random than this.
   if [[ $1 == linux-tsan && $(</proc/sys/vm/mmap_rnd_bits) -gt 28 ]]; then runner=(setarch -R); fi
 
-  cmake --preset "$1" && cmake --build --preset "$1" &&
-    GTEST_OUTPUT=xml:$reports "${runner[@]}" ctest --preset "$1" --timeout 1200 &&
+  GTEST_OUTPUT=xml:$reports "${runner[@]}" ctest --preset "$1" --timeout 1200 &&
     checkReports "$1"
 }
 
@@ -74,7 +98,8 @@ checkReports() {
   ((reports == programs))
 }
 
-# Runs the tests once more and prints which part of the lines of each folder they reach.
+# Runs the tests of the preset linux-coverage and finds out which part of the lines of each folder
+# they reach.
 measureCoverage() {
   find build/linux-coverage -name '*.gcda' -delete 2>/dev/null
   testPreset linux-coverage || return
@@ -107,16 +132,24 @@ ensurePackages "${programPackages[@]}" "${testPackages[@]}" || exit
 step form checkForm
 step scripts checkScripts
 step layering tests/layering_test
-for preset in linux linux-asan linux-tsan windows; do step "$preset" testPreset "$preset"; done
-step linux-coverage measureCoverage
-step clang-tidy cmake/clang_tidy.sh
+buildPresets | testPresets
 
-echo
-echo 'Lines that the tests reach:'
-cat "$logs/coverage.txt"
+if [[ -e $logs/coverage.txt ]]; then
+  echo
+  echo 'Lines that the tests reach:'
+  cat "$logs/coverage.txt"
+fi
 echo
 read -r passed failed skipped < <(countCases '*/*')
+failedSteps=()
+for mark in "$logs"/*.failed; do
+  name=$(basename "$mark" .failed)
+  failedSteps+=("$name")
+  # A step that shows no failed test case counts as one.
+  read -r _ failedCases _ < <(countCases "${name#test-}/*")
+  if ((failedCases == 0)); then ((++failed)); fi
+done
 if ((skipped > 0)); then echo "$skipped skipped or disabled"; fi
 if ((${#failedSteps[@]} > 0)); then echo "These steps failed: ${failedSteps[*]}"; fi
-echo "$passed passed, $((failed + failedWithoutCase)) failed"
+echo "$passed passed, $failed failed"
 ((${#failedSteps[@]} == 0))
