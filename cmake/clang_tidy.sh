@@ -27,7 +27,7 @@ sourcesOf() {
   ninja -C "build/$1" -t deps | awk -v preset="$1" -v root="$PWD/" '
     function flush() { if (line) print preset line; line = "" }
     /^[^ ]/ { flush() }
-    sub("^ +(" root "|[.][.]/[.][.]/)", "") { line = line " " $0 }
+    sub("^ +(" root "|[.][.]/[.][.]/)", "") && !/^build\// { line = line " " $0 }
     END { flush() }'
 }
 

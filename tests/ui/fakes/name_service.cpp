@@ -106,10 +106,9 @@ class Factory final : public IClassFactory {
 
 }  // namespace
 
-extern "C" __declspec(dllexport) HRESULT
-    __stdcall DllGetClassObject(REFCLSID, REFIID id, void** object) {
+STDAPI DllGetClassObject(REFCLSID, REFIID id, void** object) {
   static Factory factory;
   return factory.QueryInterface(id, object);
 }
 
-extern "C" __declspec(dllexport) HRESULT __stdcall DllCanUnloadNow() { return S_FALSE; }
+STDAPI DllCanUnloadNow() { return S_FALSE; }
