@@ -85,6 +85,21 @@ TEST_F(StartUp, ReplacesARuleFileWithAnotherDocumentElement) {
   EXPECT_EQ(contentOf(files.configPath), configBytes(RuleSet{}));
 }
 
+TEST_F(StartUp, LeavesTheRuleFileAloneWhenTheXmlLibraryDoesNotStart) {
+  const RegistrySetting noXml(
+      HKEY_LOCAL_MACHINE,
+      L"Software\\Classes\\CLSID\\{88D96A05-F192-11D4-A65F-0040963251E5}\\InProcServer32", L"",
+      folder.file(L"missing.dll"));
+  RuleSet rules;
+  rules[0].targetIp = L"10.0.0.1";
+  files.writeConfig(configBytes(rules));
+  start();
+  EXPECT_TRUE(files.waitForLog(L"Server started."));
+  EXPECT_THAT(files.logMessages(), ElementsAre(L"MSXML init failed.", L"MSXML init failed (save).",
+                                               L"Starting server...", L"Server started."));
+  EXPECT_EQ(contentOf(files.configPath), configBytes(rules));
+}
+
 TEST_F(StartUp, UsesTheWorkingFolderWhenThereIsNoDataFolder) {
   const TempFolder working;
   start({.localAppData = folder.path() + L"\\missing", .workingFolder = working.path()});
