@@ -1,0 +1,154 @@
+// The forwarders between two networks that a bad link joins: their clients and their targets are
+// beyond it, so everything crosses it twice.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "tests/support/posix/lossy_network.h"
+#include "tests/support/test_engine.h"
+#include "tests/support/test_sockets.h"
+
+namespace quillgate {
+namespace {
+
+using platform::Socket;
+using platform::Transport;
+using test::LossyNetwork;
+
+Socket boundFar(Transport transport) {
+  Socket socket = platform::openIpv4Socket(transport);
+  EXPECT_TRUE(platform::bindToAllIpv4(socket, 0));
+  return socket;
+}
+
+std::string randomBytes(unsigned seed, std::size_t size) {
+  std::mt19937 random(seed);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
+class BadNetworkTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!LossyNetwork::mayBeMade()) GTEST_SKIP() << "only root may make networks";
+    network = std::make_unique<LossyNetwork>();
+  }
+
+  // Starts the server in the near network with one rule to a port of the far one.
+  void forwardTo(Protocol proto, std::uint16_t targetPort) {
+    network->inNear([&] {
+      const auto transport = proto == Protocol::tcp ? Transport::tcp : Transport::udp;
+      localPort = test::freePort(transport);
+      engine.setRule(test::ruleFor(proto, localPort, targetPort, LossyNetwork::kFarAddress));
+      engine.state().server.start();
+    });
+    ASSERT_FALSE(
+        engine.waitForPrefix(proto == Protocol::tcp ? L"[TCP] Listening" : L"[UDP] Listening")
+            .empty());
+  }
+
+  [[nodiscard]] platform::SocketAddress relay() const {
+    return platform::parseIpv4(LossyNetwork::kNearAddress, localPort).value();
+  }
+
+  std::unique_ptr<LossyNetwork> network;
+  test::TestEngine engine;
+  std::uint16_t localPort = 0;
+};
+
+// Exchanges `size` random bytes each way, at once, over a session through the relay.
+void exchange(const Socket& client, const Socket& server, unsigned seed, std::size_t size) {
+  const std::string up = randomBytes(seed, size);
+  const std::string down = randomBytes(seed + 1, size);
+  std::thread clientSends([&] { EXPECT_TRUE(test::sendAll(client, up)); });
+  std::thread serverSends([&] { EXPECT_TRUE(test::sendAll(server, down)); });
+  std::thread serverReceives([&] { EXPECT_TRUE(test::receiveExactly(server, size) == up); });
+  EXPECT_TRUE(test::receiveExactly(client, size) == down);
+  clientSends.join();
+  serverSends.join();
+  serverReceives.join();
+}
+
+TEST_F(BadNetworkTest, TcpStreamsArriveWholeAndInOrder) {
+  constexpr std::size_t kSize = 512 << 10;
+  Socket target;
+  network->inFar([&] {
+    target = boundFar(Transport::tcp);
+    ASSERT_TRUE(platform::startListening(target));
+  });
+  forwardTo(Protocol::tcp, test::localPort(target));
+  network->inFar([&] {
+    std::vector<std::thread> sessions;
+    for (unsigned i = 0; i < 3; ++i) {
+      Socket client = platform::openIpv4Socket(Transport::tcp);
+      ASSERT_TRUE(platform::connectTo(client, relay()));
+      Socket server = test::acceptFrom(target);
+      ASSERT_TRUE(server.isOpen());
+      sessions.emplace_back([client = std::move(client), server = std::move(server), i] {
+        exchange(client, server, 2 * i, kSize);
+      });
+    }
+    for (std::thread& session : sessions) session.join();
+  });
+  EXPECT_GT(network->lostPackets(), 0);
+  EXPECT_GT(network->overtakings(), 0);
+}
+
+// A datagram with a number, as long as its number says.
+std::string numbered(int number) {
+  return std::to_string(number) +
+         std::string(static_cast<std::size_t>(number) % 1300, static_cast<char>('a' + number % 26));
+}
+
+// Receives until there are `count` different datagrams of numbered(), counted by their numbers.
+[[nodiscard]] bool receivesNumbered(const Socket& socket,
+                                    const std::function<std::size_t()>& count) {
+  std::set<int> numbers;
+  return test::eventually([&] {
+    while (!test::staysQuiet(socket, std::chrono::milliseconds(1))) {
+      const auto datagram = test::receiveNextDatagram(socket);
+      if (!datagram) return false;
+      const int number = std::stoi(datagram->text);
+      EXPECT_EQ(datagram->text, numbered(number));
+      EXPECT_TRUE(numbers.insert(number).second) << number << " came twice";
+    }
+    return numbers.size() == count();
+  });
+}
+
+TEST_F(BadNetworkTest, OnlyTheNetworkLosesDatagrams) {
+  constexpr int kDatagrams = 2000;
+  Socket target;
+  Socket client;
+  network->inFar([&] {
+    target = boundFar(Transport::udp);
+    client = boundFar(Transport::udp);
+  });
+  forwardTo(Protocol::udp, test::localPort(target));
+
+  // Sends them all and expects at `receiver` all but those that the link loses meanwhile.
+  const auto expectLossless = [&](const Socket& sender, const Socket& receiver) {
+    const int lostBefore = network->lostDatagrams();
+    std::thread sending([&] {
+      for (int i = 0; i < kDatagrams; ++i) {
+        const std::string text = numbered(i);
+        ASSERT_GT(platform::sendDatagram(sender, std::as_bytes(std::span(text)), relay()), 0);
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+      }
+    });
+    EXPECT_TRUE(receivesNumbered(receiver, [&] {
+      return static_cast<std::size_t>(kDatagrams - (network->lostDatagrams() - lostBefore));
+    }));
+    sending.join();
+  };
+  expectLossless(client, target);
+  expectLossless(target, client);
+  EXPECT_GT(network->lostDatagrams(), 0);
+}
+
+}  // namespace
+}  // namespace quillgate
