@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <latch>
 #include <regex>
 #include <set>
 #include <string>
@@ -208,22 +209,29 @@ TEST_F(EventLogTest, ClearsWithoutAFileToDelete) {
 }
 
 TEST_F(EventLogTest, KeepsTheOrderOfTheListInTheFileWhateverTheThreads) {
+  constexpr int kWriters = 4;
+  constexpr int kLinesEach = 1200;  // as many as the list keeps
+  constexpr std::size_t kLines = kWriters * kLinesEach;
   log.setLogFilePath(path);
+  std::latch start(kWriters);
   std::vector<std::thread> writers;
-  for (int w = 0; w < 4; ++w) {
-    writers.emplace_back([this, w] {
-      for (int i = 0; i < 100; ++i) log.write(std::to_wstring(w) + L"/" + std::to_wstring(i));
+  for (int w = 0; w < kWriters; ++w) {
+    writers.emplace_back([this, &start, w] {
+      start.arrive_and_wait();
+      for (int i = 0; i < kLinesEach; ++i) {
+        log.write(std::to_wstring(w) + L"/" + std::to_wstring(i));
+      }
     });
   }
   for (auto& writer : writers) writer.join();
 
   const auto lines = log.takeNewLines();
-  ASSERT_EQ(lines.size(), 400U);
+  ASSERT_EQ(lines.size(), kLines);
   std::wstring expected;
   for (const auto& line : lines) expected += line + L"\r\n";
-  EXPECT_EQ(contentOf(folder.file(L"MonitorServer.log")), utf16le(expected));
-  EXPECT_EQ(std::set<std::wstring>(lines.begin(), lines.end()).size(), 400U);
-  EXPECT_EQ(notifier.lineNotices, 400);
+  EXPECT_TRUE(contentOf(folder.file(L"MonitorServer.log")) == utf16le(expected));
+  EXPECT_EQ(std::set<std::wstring>(lines.begin(), lines.end()).size(), kLines);
+  EXPECT_EQ(notifier.lineNotices, static_cast<int>(kLines));
 }
 
 TEST_F(EventLogTest, LosesNoLineBetweenReadersAndWriters) {
