@@ -78,11 +78,15 @@ std::string endOfLinks(std::filesystem::path path) {
   return path.native();
 }
 
-bool stillNames(const std::string& path, const Descriptor& file) {
+// Whether `path` still stands for the open file; nothing when the system does not say.
+std::optional<bool> stillNames(const std::string& path, const Descriptor& file) {
   struct stat named {};
   struct stat opened {};
-  return ::lstat(path.c_str(), &named) == 0 && ::fstat(file.number(), &opened) == 0 &&
-         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+  if (::fstat(file.number(), &opened) != 0) return std::nullopt;
+  if (::lstat(path.c_str(), &named) != 0) {
+    return errno == ENOENT ? std::optional(false) : std::nullopt;
+  }
+  return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
 // Creates the file that will take another's place, or takes over one that an ended process has
@@ -93,7 +97,9 @@ Descriptor openNewFile(const std::string& path) {
     Descriptor file = openFile(path, O_RDWR | O_CREAT | O_NOFOLLOW);
     if (!file) return file;
     untilNotInterrupted([&] { return ::flock(file.number(), LOCK_EX); });
-    if (stillNames(path, file)) return file;
+    const std::optional<bool> isOurs = stillNames(path, file);
+    if (!isOurs) return Descriptor();
+    if (*isOurs) return file;
   }
 }
 
