@@ -7,7 +7,6 @@
 #include <libxml/xpathInternals.h>
 
 #include <climits>
-#include <new>
 
 #include "platform/posix/text.h"
 
@@ -46,6 +45,7 @@ class LibraryText {
 };
 
 xmlNode* firstElement(xmlDoc* doc, xmlNode* from, const std::wstring& path) {
+  if (doc == nullptr) return nullptr;
   const XPathOwner context(xmlXPathNewContext(doc));
   if (!context) return nullptr;
   context->error = &ignoreError;
@@ -108,15 +108,16 @@ bool XmlElement::appendChild(const XmlElement& child) {
 }
 
 struct XmlDocument::Native {
-  DocOwner doc;
+  DocOwner doc;     // none when a parse ran out of memory
   NodeOwner loose;  // a fragment that owns the elements that stand nowhere; ends before `doc`
 
-  // False when there is no memory for it.
+  // False when there is no memory for it; there is no document then.
   bool take(DocOwner newDoc) {
     loose.reset();
     doc = std::move(newDoc);
     if (!doc) return false;
     loose.reset(xmlNewDocFragment(doc.get()));
+    if (!loose) doc.reset();
     return loose != nullptr;
   }
 };
@@ -144,8 +145,7 @@ bool XmlDocument::parse(std::span<const std::byte> bytes) {
   }
   const bool complete = parsed != nullptr;
   if (!complete) parsed.reset(xmlNewDoc(nullptr));
-  if (!native_->take(std::move(parsed))) throw std::bad_alloc();
-  return complete;
+  return native_->take(std::move(parsed)) && complete;
 }
 
 std::optional<XmlElement> XmlDocument::selectSingleNode(const std::wstring& path) const {

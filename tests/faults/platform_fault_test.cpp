@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "platform/file.h"
+#include "platform/xml_document.h"
 #include "tests/faults/fault_layer.h"
 #include "tests/support/temp_folder.h"
 
@@ -32,6 +33,24 @@ TEST_F(PlatformFault, ReplacesAFileInPlaceWhenTheSystemTellsNothingOfItsNewFile)
     test::startFaults(Fault{call, 1, true});
     EXPECT_TRUE(asProgram([&] { return replaceFile(path, bytesOf(call)); }));
     EXPECT_EQ(test::contentOf(path), call);
+  }
+}
+
+TEST_F(PlatformFault, LeavesADocumentEmptyThatHasNoRoomForTheParsedOne) {
+  for (const char* call : {"xmlNewDocFragment", "xmlNewDoc"}) {
+    auto document = XmlDocument::create();
+    ASSERT_TRUE(document && document->parse(bytesOf("<old/>")));
+    test::startFaults(Fault{call, 1, true});
+    const bool isWellFormed = std::string_view(call) == "xmlNewDocFragment";
+    EXPECT_FALSE(
+        asProgram([&] { return document->parse(bytesOf(isWellFormed ? "<new/>" : "<new")); }));
+    EXPECT_FALSE(document->selectSingleNode(L"/old"));
+    EXPECT_FALSE(document->selectSingleNode(L"/new"));
+    EXPECT_FALSE(document->createElement(L"root"));
+    EXPECT_FALSE(document->print());
+    test::startFaults(std::nullopt);
+    EXPECT_TRUE(document->parse(bytesOf("<newer/>")));
+    EXPECT_TRUE(document->selectSingleNode(L"/newer"));
   }
 }
 
