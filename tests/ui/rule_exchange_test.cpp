@@ -52,7 +52,7 @@ TEST_F(RuleExchange, KeepsItsFilesWhereTheyAreAfterAnExport) {
   sendCommand(editor, IDC_CFG_SAVE);
   EXPECT_THAT(ProgramFiles(working.path()).logMessages(), Contains(L"Config saved and applied."));
   EXPECT_THAT(exports.names(), ElementsAre(L"rules.xml"));
-  program.reset();
+  EXPECT_EQ(program->close(), 0u);  // before its folder goes
 }
 
 TEST_F(RuleExchange, AddsTheExtensionToTheNameOfAnExport) {

@@ -16,7 +16,13 @@ namespace quillgate::test {
 // A private folder for the program's data, and the program with its main window once it is started.
 class UiTest : public testing::Test {
  protected:
-  void TearDown() override { program.reset(); }  // before folders of the test go
+  // Whatever a test was about, the program ends in order, and before folders of the test go.
+  void TearDown() override {
+    if (program && program->mainWindow() != nullptr) {
+      EXPECT_EQ(program->close(), 0u);
+    }
+    program.reset();
+  }
 
   void start(Launch launch) {
     program = std::make_unique<Program>(launch);
