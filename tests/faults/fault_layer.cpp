@@ -18,6 +18,7 @@ struct Layer {
   Weather weather = Weather::fair;
   std::map<std::string, int> calls;
   FaultHits hits;
+  int disturbed = 0;
 };
 
 Layer& layer() {
@@ -66,9 +67,16 @@ void noteHit(const std::string& call, const std::string& object, int error) {
   errno = error;
 }
 
-Weather weatherNow() {
+// Whether a call of the program is one that this weather disturbs.
+bool isDisturbed(Weather weather) {
+  if (!isProgram()) return false;
   const std::lock_guard lock(layer().mutex);
-  return layer().weather;
+  return layer().weather == weather;
+}
+
+void noteDisturbance() {
+  const std::lock_guard lock(layer().mutex);
+  ++layer().disturbed;
 }
 
 }  // namespace
@@ -79,6 +87,7 @@ void startFaults(const std::optional<Fault>& fault, Weather weather) {
   layer().weather = weather;
   layer().calls.clear();
   layer().hits = {};
+  layer().disturbed = 0;
 }
 
 std::map<std::string, int> callCounts() {
@@ -89,6 +98,11 @@ std::map<std::string, int> callCounts() {
 FaultHits faultHits() {
   const std::lock_guard lock(layer().mutex);
   return layer().hits;
+}
+
+int disturbedCalls() {
+  const std::lock_guard lock(layer().mutex);
+  return layer().disturbed;
 }
 
 int FaultHits::all() const {
@@ -136,15 +150,18 @@ bool failsNow(const std::string& call, int error, const char* path) {
 }
 
 bool isInterruptedNow() {
-  if (!isProgram() || weatherNow() != Weather::interrupted) return false;
+  if (!isDisturbed(Weather::interrupted)) return false;
   interruptedLast = !interruptedLast;
-  if (interruptedLast) errno = EINTR;
-  return interruptedLast;
+  if (!interruptedLast) return false;
+  noteDisturbance();
+  errno = EINTR;
+  return true;
 }
 
 std::size_t bytesToMove(std::size_t size) {
-  const bool one = isProgram() && size > 1 && weatherNow() == Weather::byteByByte;
-  return one ? 1 : size;
+  if (size <= 1 || !isDisturbed(Weather::byteByByte)) return size;
+  noteDisturbance();
+  return 1;
 }
 
 }  // namespace quillgate::test

@@ -50,6 +50,8 @@ class FaultHits {
 
 // Since startFaults().
 [[nodiscard]] FaultHits faultHits();
+// How many calls the weather has interrupted or cut since then.
+[[nodiscard]] int disturbedCalls();
 
 // A socket by its own port and that of its peer, each 0 where there is none.
 [[nodiscard]] std::string portsText(int local, int peer);

@@ -1,24 +1,19 @@
 // Every call that the program makes of the system and of the XML library fails, each in a run of
 // its own: once, and in another run from there on for ever.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
-#include <vector>
 
-#include "tests/faults/config_steps.h"
 #include "tests/faults/fault_layer.h"
-#include "tests/faults/relay_steps.h"
+#include "tests/faults/program_life.h"
 #include "tests/support/posix/process_resources.h"
-#include "tests/support/temp_folder.h"
 
 namespace quillgate::test {
 namespace {
-
-using Lines = std::vector<std::wstring>;
 
 // How often a call is made depends on time: there may be fewer of them than in the recorded run.
 const std::set<std::string> kCallsByTime{"poll", "recvfrom", "accept4"};
@@ -35,67 +30,9 @@ RuleSet someRules() {
   return rules;
 }
 
-// One life of the program in a folder of its own.
-class Life {
- public:
-  // The first start finds no rule file; a later one finds what the program has written.
-  void configure(const RuleSet& rules) {
-    config_.makeDataFolder();
-    config_.load();
-    config_.save(RuleSet{});
-    config_.save(rules);
-    config_.load();
-  }
-
-  void forward() {
-    engine_.state().rules.replace(relay_.rules());
-    relay_.start();
-    RelaySession early = relay_.openSession("early");
-    RelaySession late = relay_.openSession("late");
-    relay_.exchange(early);
-    relay_.exchange(late);
-    relay_.exchangeDatagrams("first");
-    relay_.exchangeDatagrams("second");
-    relay_.closeSession(early);
-    relay_.exportRecords(folder_.file(L"records.txt"));
-    relay_.stop();
-    relay_.exchange(late);
-    relay_.closeSession(late);
-    relay_.expectEvents();
-  }
-
-  // Everything was said, and the log's file has what could be written to it.
-  void end() {
-    EXPECT_THAT(engine_.messages(), testing::UnorderedElementsAreArray(lines_));
-    checkLogFile();
-  }
-
-  [[nodiscard]] RuleSet relayRules() const { return relay_.rules(); }
-
- private:
-  void checkLogFile() {
-    const std::wstring& path = engine_.state().paths.logPath;
-    const std::string name = pathOf(path).string();
-    const FaultHits hits = faultHits();
-    const auto lost = static_cast<std::size_t>(hits.on("open", name) + hits.on("write", name));
-    const std::string content = contentOf(path).value_or("");
-    const auto written = static_cast<std::size_t>(std::ranges::count(content, '\n'));
-    EXPECT_EQ(written, config_.hasDataFolder() ? engine_.messages().size() - lost : 0U);
-
-    asProgram([&] { engine_.state().log.clear(); });
-    EXPECT_EQ(contentOf(path).has_value(), written > 0 && faultHits().on("unlink", name) > 0);
-  }
-
-  const TempFolder folder_;
-  TestEngine engine_;
-  Lines lines_;
-  ConfigSteps config_{engine_, folder_.file(L"data"), lines_};
-  RelaySteps relay_{engine_, lines_};
-};
-
-// A whole life with a server.
+// A life with a server.
 void forwarding() {
-  Life life;
+  ProgramLife life;
   life.configure(life.relayRules());
   life.forward();
   life.end();
@@ -103,15 +40,15 @@ void forwarding() {
 
 // A life that ends before the server starts.
 void configuring() {
-  Life life;
+  ProgramLife life;
   life.configure(someRules());
   life.end();
 }
 
 // Nothing of a life may be left.
-void liveOnce(void (*life)(), const std::optional<Fault>& fault) {
+void liveOnce(void (*life)(), const std::optional<Fault>& fault, Weather weather = Weather::fair) {
   const ProcessResources before = processResources();
-  startFaults(fault);
+  startFaults(fault, weather);
   life();
   expectNoMoreThan(before);
 }
@@ -145,6 +82,18 @@ class FaultWalk : public testing::Test {
  protected:
   void TearDown() override { startFaults(std::nullopt); }
 };
+
+// A wrapper that the program no longer calls has lost what it was made for.
+TEST_F(FaultWalk, ComesByEveryWrapper) {
+  std::set<std::string> names;
+  for (const Weather weather : {Weather::fair, Weather::interrupted}) {
+    liveOnce(forwarding, std::nullopt, weather);
+    // The name of some calls has the transport behind it.
+    for (const auto& [call, count] : callCounts()) names.insert(call.substr(0, call.find(' ')));
+  }
+  std::istringstream wrapped(QUILLGATE_WRAPPED_CALLS);
+  EXPECT_EQ(names, (std::set<std::string>{std::istream_iterator<std::string>(wrapped), {}}));
+}
 
 TEST_F(FaultWalk, SurvivesEveryFailedCallOfTheXmlLibrary) { walk(configuring, isOfXml); }
 

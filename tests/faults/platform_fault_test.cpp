@@ -8,9 +8,11 @@
 #include <string_view>
 
 #include "platform/file.h"
+#include "platform/socket.h"
 #include "platform/xml_document.h"
 #include "tests/faults/fault_layer.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_sockets.h"
 
 namespace quillgate::platform {
 namespace {
@@ -51,6 +53,22 @@ TEST_F(PlatformFault, LeavesADocumentEmptyThatHasNoRoomForTheParsedOne) {
     test::startFaults(std::nullopt);
     EXPECT_TRUE(document->parse(bytesOf("<newer/>")));
     EXPECT_TRUE(document->selectSingleNode(L"/newer"));
+  }
+}
+
+// A connect that a signal interrupts waits for its end and asks the socket what has become of it.
+TEST_F(PlatformFault, TakesAnInterruptedConnectForFailedWhenTheSystemDoesNotTellItsEnd) {
+  const Socket listener = test::listenOnLoopback();
+  for (const char* call : {"poll", "getsockopt"}) {
+    test::startFaults(Fault{call, 1, true}, test::Weather::interrupted);
+    int failures = 0;
+    for (int i = 0; i < 10; ++i) {
+      const Socket socket = openIpv4Socket(Transport::tcp);
+      const auto target = test::loopback(test::localPort(listener));
+      if (!asProgram([&] { return connectTo(socket, target); })) ++failures;
+    }
+    EXPECT_EQ(failures, test::faultHits().of(call));
+    EXPECT_GT(failures, 0);
   }
 }
 

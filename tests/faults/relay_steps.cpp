@@ -18,8 +18,7 @@ using platform::Socket;
 using platform::Transport;
 using platform::WaitResult;
 
-constexpr std::size_t kStreamBytes =
-    5000;  // what a pump takes at once, and more than a record keeps
+constexpr std::size_t kStreamBytes = 1500;
 
 bool isReadable(const Socket& socket, std::chrono::milliseconds wait = 0ms) {
   return platform::waitReadable(socket, wait) == WaitResult::readable;
