@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <random>
 #include <vector>
 
 #include "tests/support/deadline.h"
@@ -17,6 +18,10 @@ using platform::WaitResult;
 namespace {
 
 constexpr std::size_t kLargestDatagram = 65535;
+// Below those that systems give to whoever asks for any port.
+constexpr std::uint16_t kFirstPort = 12000;
+constexpr std::uint16_t kPortCount = 20000;
+constexpr int kPortAttempts = 1000;
 
 Socket openOnLoopback(Transport transport) {
   Socket socket = platform::openIpv4Socket(transport);
@@ -35,9 +40,13 @@ SocketAddress loopback(std::uint16_t port) {
 }
 
 std::uint16_t freePort(Transport transport) {
-  const Socket socket = platform::openIpv4Socket(transport);
-  EXPECT_TRUE(platform::bindToAllIpv4(socket, 0));
-  return localPort(socket);
+  thread_local std::mt19937 random(std::random_device{}());
+  for (int attempt = 0; attempt < kPortAttempts; ++attempt) {
+    const auto port = static_cast<std::uint16_t>(kFirstPort + random() % kPortCount);
+    if (platform::bindToAllIpv4(platform::openIpv4Socket(transport), port)) return port;
+  }
+  ADD_FAILURE() << "no port is free";
+  return 0;
 }
 
 Socket listenOnLoopback() {

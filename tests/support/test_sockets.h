@@ -15,7 +15,8 @@ namespace quillgate::test {
 // 127.0.0.1 with `port`.
 [[nodiscard]] platform::SocketAddress loopback(std::uint16_t port);
 
-// A port that nothing on this machine uses at the moment.
+// A port that nothing on this machine uses at the moment, and that the system gives to nobody by
+// itself.
 [[nodiscard]] std::uint16_t freePort(platform::Transport transport);
 
 // The port that the socket is bound to.
