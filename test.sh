@@ -1,10 +1,11 @@
 #!/bin/bash
-# Builds and tests everything: ./test.sh
+# Builds and tests everything: ./test.sh [--long]
 #
 # Installs the packages that are missing, then goes through every check and every test, on Linux,
 # under the sanitizers and on Windows, whatever fails on the way. Tests mostly wait, so those of one
 # preset run while the next one is built. build/test/<step>.log has what a step printed. Ends with
-# the number of test cases; exits with 0 only if nothing failed.
+# the number of test cases; exits with 0 only if nothing failed. With --long, loads last longer, each
+# fuzz target searches for half an hour, and the lines of the windows are counted as well.
 set -uo pipefail
 shopt -s nullglob
 cd "$(dirname "$0")" || exit
@@ -14,6 +15,12 @@ logs=$PWD/build/test
 presets=(windows linux-tsan linux-asan linux-coverage linux)  # those with the longest tests first
 coveredFolders='core forwarding monitor config'
 minCoverage=95  # percent of the lines of the covered folders
+fuzzSeconds=20  # for each target
+if [[ ${1-} == --long ]]; then
+  presets+=(windows-coverage)
+  fuzzSeconds=1800
+  export QUILLGATE_LONG_TESTS=1
+fi
 
 exec 3>&1  # for what steps say while their output goes elsewhere
 
@@ -62,11 +69,12 @@ buildPresets() {
 testPresets() {
   local preset
   while read -r preset; do
-    if [[ $preset == linux-coverage ]]; then
-      step "test-$preset" measureCoverage
-    else
-      step "test-$preset" testPreset "$preset"
-    fi
+    case $preset in
+      linux-coverage) step "test-$preset" measureCoverage ;;
+      windows-coverage) step "test-$preset" measureWindowCoverage ;;
+      *) step "test-$preset" testPreset "$preset" ;;
+    esac
+    if [[ $preset == linux-asan ]]; then step fuzz searchWithFuzzers; fi
   done
 }
 
@@ -74,7 +82,7 @@ testPresets() {
 testPreset() {
   local reports=$logs/$1/ runner=()
   # A Windows program finds this file system on its drive Z.
-  if [[ $1 == windows ]]; then reports=Z:$reports; fi
+  if [[ $1 == windows* ]]; then reports=Z:$reports; fi
   # This sanitizer finds no room when addresses are more random than this.
   if [[ $1 == linux-tsan && $(</proc/sys/vm/mmap_rnd_bits) -gt 28 ]]; then runner=(setarch -R); fi
 
@@ -123,6 +131,32 @@ measureCoverage() {
     echo "The tests reach too few lines; $minCoverage % is the least."
     return 1
   }
+}
+
+# Runs the tests of the preset windows-coverage and finds out which part of the windows' lines they
+# reach.
+measureWindowCoverage() {
+  find build/windows-coverage -name '*.gcda' -delete 2>/dev/null
+  testPreset windows-coverage &&
+    gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix --filter '(ui|platform)/win32/' \
+      --output "$logs/window-coverage.txt" build/windows-coverage
+}
+
+# Searches with the fuzz target in the source $3 for $2 seconds from its corpus on. What is found is
+# left in the folder $1.
+searchWithFuzzer() {
+  local target
+  target=$(basename "$3" _fuzz.cpp)
+  mkdir -p "$1/$target"
+  "build/linux-asan/tests/${target}_fuzz" -max_total_time="$2" -print_final_stats=1 \
+    -artifact_prefix="$1/$target-" "$1/$target" "tests/fuzz/corpus/$target"
+}
+export -f searchWithFuzzer
+
+# Searches with every fuzz target, two at a time.
+searchWithFuzzers() {
+  printf '%s\n' tests/fuzz/*_fuzz.cpp |
+    xargs -n 1 -P 2 bash -c 'searchWithFuzzer "$@"' - "$logs/fuzz" "$fuzzSeconds"
 }
 
 rm -rf "$logs"

@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 
+#include "tests/support/config_check.h"
+#include "tests/support/number_check.h"
 #include "tests/support/render_check.h"
 #include "tests/support/temp_folder.h"
 
@@ -26,6 +28,10 @@ void replay(const std::string& corpus,
   }
   EXPECT_GT(inputs, 0U) << "the corpus is empty";
 }
+
+TEST(FuzzCorpus, OfRuleFilesHoldsTheRulesOfLoading) { replay("config", test::checkConfig); }
+
+TEST(FuzzCorpus, OfNumbersIsReadLikeASlowReaderReadsIt) { replay("number", test::checkNumber); }
 
 TEST(FuzzCorpus, OfTheRenderingsHoldsTheirRules) { replay("render", test::checkRendering); }
 
