@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/support/config_check.h"
+#include "tests/support/export_check.h"
 #include "tests/support/number_check.h"
 #include "tests/support/render_check.h"
 #include "tests/support/temp_folder.h"
@@ -30,6 +31,8 @@ void replay(const std::string& corpus,
 }
 
 TEST(FuzzCorpus, OfRuleFilesHoldsTheRulesOfLoading) { replay("config", test::checkConfig); }
+
+TEST(FuzzCorpus, OfCapturesIsExportedWhole) { replay("export", test::checkExport); }
 
 TEST(FuzzCorpus, OfNumbersIsReadLikeASlowReaderReadsIt) { replay("number", test::checkNumber); }
 

@@ -6,17 +6,11 @@
 
 #include "config/config_file.h"
 #include "core/event_log.h"
+#include "tests/support/fake_notifier.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillgate::test {
 namespace {
-
-class NoUi final : public UiNotifier {
- public:
-  void linesWait() noexcept override {}
-  [[nodiscard]] bool recordsWatched() const noexcept override { return false; }
-  [[nodiscard]] bool recordsWait() noexcept override { return false; }
-};
 
 void require(bool holds, const char* rule) {
   if (!holds) throw std::logic_error(rule);
@@ -26,12 +20,12 @@ void require(bool holds, const char* rule) {
 
 void checkConfig(std::span<const std::byte> file) {
   static const TempFolder folder;
-  static NoUi noUi;
+  static FakeNotifier notifier;
   const std::wstring given = folder.file(L"given.xml");
   const std::wstring saved = folder.file(L"saved.xml");
   writeFile(given, std::string_view(reinterpret_cast<const char*>(file.data()), file.size()));
 
-  EventLog log(noUi);
+  EventLog log(notifier);
   RuleSet rules;
   rules[0].localPort = 1;
   const bool loaded = loadConfig(log, rules, given);

@@ -2,32 +2,15 @@
 // messages as they come. A session of one test can outlive it, so the state is never destroyed.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "core/ui_notifier.h"
 #include "engine/shared_state.h"
 #include "tests/support/deadline.h"
+#include "tests/support/fake_notifier.h"
 
 namespace quillgate::test {
-
-// Counts what it is told.
-class FakeNotifier final : public UiNotifier {
- public:
-  std::atomic<int> lineNotices{0};
-  std::atomic<int> recordNotices{0};
-  std::atomic<bool> watched{false};  // whether a monitor window is open
-  std::atomic<bool> delivers{true};  // whether a record notice reaches it
-
-  void linesWait() noexcept override { ++lineNotices; }
-  [[nodiscard]] bool recordsWatched() const noexcept override { return watched; }
-  [[nodiscard]] bool recordsWait() noexcept override {
-    ++recordNotices;
-    return delivers;
-  }
-};
 
 class TestEngine {
  public:

@@ -1,0 +1,25 @@
+// The user interface as the stores see it: it counts what it is told.
+#pragma once
+
+#include <atomic>
+
+#include "core/ui_notifier.h"
+
+namespace quillgate::test {
+
+class FakeNotifier final : public UiNotifier {
+ public:
+  std::atomic<int> lineNotices{0};
+  std::atomic<int> recordNotices{0};
+  std::atomic<bool> watched{false};  // whether a monitor window is open
+  std::atomic<bool> delivers{true};  // whether a record notice reaches it
+
+  void linesWait() noexcept override { ++lineNotices; }
+  [[nodiscard]] bool recordsWatched() const noexcept override { return watched; }
+  [[nodiscard]] bool recordsWait() noexcept override {
+    ++recordNotices;
+    return delivers;
+  }
+};
+
+}  // namespace quillgate::test
