@@ -10,7 +10,7 @@
 
 #include "tests/faults/fault_layer.h"
 #include "tests/faults/program_life.h"
-#include "tests/support/posix/process_resources.h"
+#include "tests/support/process_resources.h"
 
 namespace quillgate::test {
 namespace {

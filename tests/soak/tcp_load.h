@@ -69,7 +69,7 @@ class TcpLoad {
   ~TcpLoad();
 
   static constexpr std::uint32_t kThreads = 20;
-  static constexpr std::size_t kSessionsOfThread = 25;
+  static constexpr std::size_t kSessionsOfThread = 32;
 
  private:
   struct Session {

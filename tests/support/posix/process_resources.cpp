@@ -1,14 +1,11 @@
-#include "tests/support/posix/process_resources.h"
+#include "tests/support/process_resources.h"
 
-#include <gtest/gtest.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
-
-#include "tests/support/deadline.h"
 
 namespace quillgate::test {
 namespace {
@@ -27,43 +24,17 @@ std::size_t residentPages() {
   return pages;
 }
 
-bool holdsNoMoreThan(const ProcessResources& start) {
-  const ProcessResources now = processResources();
-  return now.descriptors <= start.descriptors && now.threads <= start.threads;
-}
-
-// Every test gives back what it took: a session may end a moment after its test.
-class ResourceListener final : public testing::EmptyTestEventListener {
- public:
-  // The thread sanitizer starts a thread of its own with the first one.
-  void OnTestProgramStart(const testing::UnitTest&) override {
-    std::thread([] {}).join();
-  }
-  void OnTestStart(const testing::TestInfo&) override { start_ = processResources(); }
-  void OnTestEnd(const testing::TestInfo&) override { expectNoMoreThan(start_); }
-
- private:
-  ProcessResources start_;
-};
-
-[[maybe_unused]] const bool kRegistered = [] {
-  testing::UnitTest::GetInstance()->listeners().Append(new ResourceListener);
-  return true;
-}();
-
 }  // namespace
 
 ProcessResources processResources() {
-  return {.descriptors = entriesOf("/proc/self/fd"),
-          .threads = entriesOf("/proc/self/task"),
-          .residentBytes = residentPages() * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))};
+  return {.descriptors = entriesOf("/proc/self/fd"), .threads = entriesOf("/proc/self/task")};
 }
 
-void expectNoMoreThan(const ProcessResources& start) {
-  if (eventually([&] { return holdsNoMoreThan(start); })) return;
-  const ProcessResources now = processResources();
-  EXPECT_LE(now.descriptors, start.descriptors) << "a descriptor is left open";
-  EXPECT_LE(now.threads, start.threads) << "a thread is left running";
+ProcessMemory processMemory() {
+  ::malloc_trim(0);
+  const auto heap = ::mallinfo2();
+  return {.heapBytes = heap.uordblks + heap.hblkhd,
+          .residentBytes = residentPages() * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))};
 }
 
 }  // namespace quillgate::test
