@@ -137,7 +137,7 @@ Program::Program(const Launch& launch) {
   if (!CreateProcessW(executable.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
                       launch.workingFolder.empty() ? nullptr : launch.workingFolder.c_str(),
                       &startup, &created)) {
-    throw std::runtime_error("cannot start quillgate.exe");
+    throw std::runtime_error("cannot start quillgate.exe: error " + std::to_string(GetLastError()));
   }
   CloseHandle(created.hThread);
   process_ = created.hProcess;
@@ -148,9 +148,13 @@ Program::Program(const Launch& launch) {
 }
 
 Program::~Program() {
+  kill();
+  CloseHandle(process_);
+}
+
+void Program::kill() const {
   TerminateProcess(process_, 99);
   WaitForSingleObject(process_, deadlineMilliseconds());
-  CloseHandle(process_);
 }
 
 std::vector<HWND> Program::windows(const std::wstring& className) const {
@@ -173,7 +177,7 @@ HWND Program::waitForWindow(const std::wstring& className) const {
   HWND found = nullptr;
   static_cast<void>(eventually([&] {
     found = window(className);
-    return IsWindowVisible(found) != 0;
+    return IsWindowVisible(found) != 0 || hasEnded();
   }));
   return found;
 }

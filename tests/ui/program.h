@@ -82,13 +82,15 @@ class Program {
   // All top-level windows of the process with this class, and the first of them or null.
   [[nodiscard]] std::vector<HWND> windows(const std::wstring& className) const;
   [[nodiscard]] HWND window(const std::wstring& className) const;
-  // Waits until there is one that is shown; null after the deadline.
+  // Waits until there is one that is shown; null after the deadline or the program's end.
   [[nodiscard]] HWND waitForWindow(const std::wstring& className) const;
 
   // Waits for the end; nothing when it does not come before the deadline.
   [[nodiscard]] std::optional<DWORD> waitForExit() const;
   // Asks the main window to close and waits for the end.
   [[nodiscard]] std::optional<DWORD> close() const;
+  // Ends the process by force.
+  void kill() const;
 
  private:
   [[nodiscard]] bool hasEnded() const { return WaitForSingleObject(process_, 0) == WAIT_OBJECT_0; }
