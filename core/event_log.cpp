@@ -41,8 +41,8 @@ void EventLog::write(std::wstring_view message) {
 
 std::vector<std::wstring> EventLog::takeNewLines() {
   const std::lock_guard lock(mutex_);
-  std::vector<std::wstring> newLines(lines_.begin() + static_cast<std::ptrdiff_t>(viewIndex_),
-                                     lines_.end());
+  const auto firstNew = lines_.begin() + static_cast<std::ptrdiff_t>(viewIndex_);
+  std::vector<std::wstring> newLines(firstNew, lines_.end());
   viewIndex_ = lines_.size();
   return newLines;
 }
