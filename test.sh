@@ -13,8 +13,8 @@ source cmake/packages.sh
 
 logs=$PWD/build/test
 presets=(windows linux-tsan linux-asan linux-coverage linux)  # those with the longest tests first
-coveredFolders='core forwarding monitor config'
-minCoverage=95  # percent of the lines of the covered folders
+coveredFolders='core forwarding monitor config engine ui'
+minCoverage=95  # percent of the lines, and of the branches, of the covered folders
 fuzzSeconds=20  # for each target
 if [[ ${1-} == --long ]]; then
   presets+=(windows-coverage)
@@ -74,7 +74,10 @@ testPresets() {
       windows-coverage) step "test-$preset" measureWindowCoverage ;;
       *) step "test-$preset" testPreset "$preset" ;;
     esac
-    if [[ $preset == linux-asan ]]; then step fuzz searchWithFuzzers; fi
+    case $preset in
+      linux-asan) step fuzz searchWithFuzzers ;;
+      linux) step valgrind checkMemory ;;
+    esac
   done
 }
 
@@ -112,23 +115,34 @@ measureCoverage() {
   find build/linux-coverage -name '*.gcda' -delete 2>/dev/null
   testPreset linux-coverage || return
   gcovr --root . --filter '(core|forwarding|monitor|config|engine|ui|platform)/' \
+    --exclude-throw-branches --exclude-unreachable-branches \
     build/linux-coverage --csv "$logs/coverage.csv" || return
   awk -F, -v counted=" $coveredFolders " -v least="$minCoverage" '
-    function row(name, covered, lines) {
-      return sprintf("%-40s %5d of %5d lines  %5.1f %%", name, covered, lines, 100 * covered / lines)
+    function share(part, all) {
+      return sprintf("%5d of %5d %6.1f %%", part, all, all ? 100 * part / all : 100)
+    }
+    function row(name, lines, allLines, branches, allBranches) {
+      return sprintf("%-52s lines %s   branches %s", name, share(lines, allLines),
+        share(branches, allBranches))
     }
     NR > 1 {
       folder = $1; sub("/[^/]*$", "", folder)
-      lines[folder] += $2; covered[folder] += $3
-      if (index(counted, " " folder " ")) { allLines += $2; allCovered += $3 }
+      allLines[folder] += $2; lines[folder] += $3; allBranches[folder] += $5; branches[folder] += $6
+      if (index(counted, " " folder " ")) {
+        sumOfLines += $2; hitLines += $3; sumOfBranches += $5; hitBranches += $6
+      }
     }
     END {
-      for (folder in lines) print row(folder, covered[folder], lines[folder]) | "sort"
+      for (folder in lines) {
+        print row(folder, lines[folder], allLines[folder], branches[folder],
+          allBranches[folder]) | "sort"
+      }
       close("sort")
-      if (allLines > 0) print row("all of" counted, allCovered, allLines)
-      exit !(allLines > 0 && 100 * allCovered >= least * allLines)
+      if (sumOfBranches == 0) exit 1
+      print row("all of" counted, hitLines, sumOfLines, hitBranches, sumOfBranches)
+      exit 100 * hitLines < least * sumOfLines || 100 * hitBranches < least * sumOfBranches
     }' "$logs/coverage.csv" >"$logs/coverage.txt" || {
-    echo "The tests reach too few lines; $minCoverage % is the least."
+    echo "The tests reach too little; $minCoverage % of the lines and branches is the least."
     return 1
   }
 }
@@ -140,6 +154,13 @@ measureWindowCoverage() {
   testPreset windows-coverage &&
     gcovr --root . --gcov-executable x86_64-w64-mingw32-gcov-posix --filter '(ui|platform)/win32/' \
       --output "$logs/window-coverage.txt" build/windows-coverage
+}
+
+# Runs the tests that relay under the memory checker.
+checkMemory() {
+  valgrind --quiet --error-exitcode=99 --leak-check=full --fair-sched=yes --max-threads=3000 \
+    build/linux/tests/quillgate_tests \
+    --gtest_filter='ForwardingServer*:Tcp*:Udp*:Relay*'
 }
 
 # Searches with the fuzz target in the source $3 for $2 seconds from its corpus on. What is found is
@@ -170,7 +191,7 @@ buildPresets | testPresets
 
 if [[ -e $logs/coverage.txt ]]; then
   echo
-  echo 'Lines that the tests reach:'
+  echo 'What the tests reach:'
   cat "$logs/coverage.txt"
 fi
 echo

@@ -25,6 +25,7 @@ testPackages=(
   'libxml2-dev: the XML library on Linux'
   'googletest: the test framework, as sources'
   'gcovr: adds up the covered lines'
+  'valgrind: checks the use of memory'
   'clang-format: checks the form of the sources'
   'clang-tidy: checks the sources'
   'shellcheck: checks the scripts'
