@@ -7,6 +7,10 @@
 #include <fstream>
 #include <iterator>
 
+// Of a sanitizer, which has a heap of its own; null without one.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
+extern "C" [[gnu::weak]] std::size_t __sanitizer_get_current_allocated_bytes();
+
 namespace quillgate::test {
 namespace {
 
@@ -24,6 +28,14 @@ std::size_t residentPages() {
   return pages;
 }
 
+std::size_t heapBytes() {
+  if (__sanitizer_get_current_allocated_bytes != nullptr) {
+    return __sanitizer_get_current_allocated_bytes();
+  }
+  const auto heap = ::mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
 }  // namespace
 
 ProcessResources processResources() {
@@ -32,8 +44,7 @@ ProcessResources processResources() {
 
 ProcessMemory processMemory() {
   ::malloc_trim(0);
-  const auto heap = ::mallinfo2();
-  return {.heapBytes = heap.uordblks + heap.hblkhd,
+  return {.heapBytes = heapBytes(),
           .residentBytes = residentPages() * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE))};
 }
 
