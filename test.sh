@@ -56,12 +56,14 @@ checkScripts() { ourFiles -name '*.sh' -o -name layering_test | xargs -0 shellch
 
 buildPreset() { cmake --preset "$1" && cmake --build --preset "$1"; }
 
-# Builds every preset and prints its name when that is done; then looks over the sources.
+# Builds every preset and prints its name when that is done; then looks at the use of memory and over
+# the sources.
 buildPresets() {
   local preset
   for preset in "${presets[@]}"; do
     if step "build-$preset" buildPreset "$preset"; then echo "$preset"; fi
   done
+  step valgrind checkMemory
   step clang-tidy cmake/clang_tidy.sh
 }
 
@@ -74,10 +76,7 @@ testPresets() {
       windows-coverage) step "test-$preset" measureWindowCoverage ;;
       *) step "test-$preset" testPreset "$preset" ;;
     esac
-    case $preset in
-      linux-asan) step fuzz searchWithFuzzers ;;
-      linux) step valgrind checkMemory ;;
-    esac
+    if [[ $preset == linux-asan ]]; then step fuzz searchWithFuzzers; fi
   done
 }
 
