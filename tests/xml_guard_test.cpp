@@ -79,6 +79,7 @@ TEST(XmlGuard, RefusesEncodingsThatCouldHideMarkup) {
   }
   EXPECT_TRUE(accepts("<?xml version=\"1.0\" encoding = \"UTF-8\" ?><config/>"));
   EXPECT_FALSE(accepts("<?xml version='1.0' encoding?><config/>"));
+  EXPECT_FALSE(accepts("<?xml version='1.0' encoding='x?><config/>"));
 }
 
 TEST(XmlGuard, RefusesPrefixesThatNobodyDeclared) {
