@@ -23,7 +23,7 @@ struct ProcessMemory {
   std::size_t residentBytes = 0;  // all that has a place in the machine's memory
 };
 
-// After the library has given back what it keeps for later. While no other thread allocates.
+// Without what is free on the heap and only kept for later. While no other thread allocates.
 [[nodiscard]] ProcessMemory processMemory();
 
 }  // namespace quillgate::test

@@ -43,15 +43,31 @@ std::size_t ownHandles() {
       std::ranges::count(handles, ::GetCurrentProcessId(), &SYSTEM_HANDLE_ENTRY::OwnerPid));
 }
 
-std::size_t bytesInUse(HANDLE heap) {
-  std::size_t bytes = 0;
+struct HeapUse {
+  std::size_t usedBytes = 0;
+  std::size_t freeBytes = 0;
+};
+
+void addUseOf(HANDLE heap, HeapUse& use) {
+  constexpr WORD kNoBlock = PROCESS_HEAP_REGION | PROCESS_HEAP_UNCOMMITTED_RANGE;
   PROCESS_HEAP_ENTRY entry{};
   ::HeapLock(heap);
   while (::HeapWalk(heap, &entry) != FALSE) {
-    if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) bytes += entry.cbData;
+    if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) {
+      use.usedBytes += entry.cbData;
+    } else if ((entry.wFlags & kNoBlock) == 0) {
+      use.freeBytes += entry.cbData;
+    }
   }
   ::HeapUnlock(heap);
-  return bytes;
+}
+
+HeapUse useOfHeaps() {
+  std::vector<HANDLE> heaps(::GetProcessHeaps(0, nullptr));
+  heaps.resize(::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+  HeapUse use;
+  for (const HANDLE heap : heaps) addUseOf(heap, use);
+  return use;
 }
 
 }  // namespace
@@ -61,12 +77,11 @@ ProcessResources processResources() {
 }
 
 ProcessMemory processMemory() {
-  std::vector<HANDLE> heaps(::GetProcessHeaps(0, nullptr));
-  heaps.resize(::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
-  ProcessMemory memory{.heapBytes = 0,
-                       .residentBytes = ownProcess().VirtualMemoryCounters.WorkingSetSize};
-  for (const HANDLE heap : heaps) memory.heapBytes += bytesInUse(heap);
-  return memory;
+  const std::size_t residentBytes = ownProcess().VirtualMemoryCounters.WorkingSetSize;
+  const HeapUse heaps = useOfHeaps();
+  // A heap keeps what is freed; how much that is depends on the most that was ever in use.
+  return {.heapBytes = heaps.usedBytes,
+          .residentBytes = residentBytes - std::min(residentBytes, heaps.freeBytes)};
 }
 
 }  // namespace quillgate::test
