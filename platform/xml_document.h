@@ -33,7 +33,8 @@ class XmlElement {
   // Makes `text` the whole content. Characters that XML cannot hold must not be in it.
   bool setText(const std::wstring& text);
   bool setAttribute(const std::wstring& name, const std::wstring& value);
-  // Makes `child`, an element of the same document that stands nowhere yet, the last child.
+  // Makes `child`, an element of the same document that stands nowhere yet, the last child. After
+  // false, which is the library's refusal, `child` must not be used any more.
   bool appendChild(const XmlElement& child);
 
  private:

@@ -103,8 +103,11 @@ bool XmlElement::setAttribute(const std::wstring& name, const std::wstring& valu
 }
 
 bool XmlElement::appendChild(const XmlElement& child) {
-  xmlUnlinkNode(child.native_->node);
-  return xmlAddChild(native_->node, child.native_->node) != nullptr;
+  NodeOwner moving(child.native_->node);
+  xmlUnlinkNode(moving.get());
+  if (xmlAddChild(native_->node, moving.get()) == nullptr) return false;
+  static_cast<void>(moving.release());
+  return true;
 }
 
 struct XmlDocument::Native {
@@ -164,7 +167,7 @@ std::optional<XmlElement> XmlDocument::createElement(const std::wstring& name) {
 bool XmlDocument::appendChild(const XmlElement& root) {
   if (xmlDocGetRootElement(native_->doc.get()) != nullptr) return false;
   xmlDocSetRootElement(native_->doc.get(), root.native_->node);
-  return true;
+  return xmlDocGetRootElement(native_->doc.get()) == root.native_->node;
 }
 
 std::optional<std::vector<std::byte>> XmlDocument::print() const {

@@ -9,11 +9,13 @@
 using quillgate::test::failsNow;
 
 // The linker asks for these names.
-// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 decltype(::xmlNewDoc) __real_xmlNewDoc;
 decltype(::xmlNewDocFragment) __real_xmlNewDocFragment;
 decltype(::xmlNewDocNode) __real_xmlNewDocNode;
+decltype(::xmlAddChild) __real_xmlAddChild;
+decltype(::xmlDocSetRootElement) __real_xmlDocSetRootElement;
 decltype(::xmlNodeAddContent) __real_xmlNodeAddContent;
 decltype(::xmlNodeGetContent) __real_xmlNodeGetContent;
 decltype(::xmlSetProp) __real_xmlSetProp;
@@ -37,6 +39,14 @@ xmlNode* __wrap_xmlNewDocFragment(xmlDoc* doc) {
 xmlNode* __wrap_xmlNewDocNode(xmlDoc* doc, xmlNs* space, const xmlChar* name,
                               const xmlChar* content) {
   return failsNow("xmlNewDocNode", 0) ? nullptr : __real_xmlNewDocNode(doc, space, name, content);
+}
+
+xmlNode* __wrap_xmlAddChild(xmlNode* parent, xmlNode* child) {
+  return failsNow("xmlAddChild", 0) ? nullptr : __real_xmlAddChild(parent, child);
+}
+
+xmlNode* __wrap_xmlDocSetRootElement(xmlDoc* doc, xmlNode* root) {
+  return failsNow("xmlDocSetRootElement", 0) ? nullptr : __real_xmlDocSetRootElement(doc, root);
 }
 
 void __wrap_xmlNodeAddContent(xmlNode* node, const xmlChar* content) {
@@ -89,4 +99,4 @@ int __wrap_xmlSaveClose(xmlSaveCtxt* saving) {
   return fails ? -1 : result;
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTEND(readability-identifier-naming)
