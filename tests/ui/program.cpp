@@ -35,7 +35,9 @@ std::wstring fakeLibrary(const std::wstring& name) {
 RegistrySetting::RegistrySetting(HKEY root, const std::wstring& key, std::wstring name,
                                  const std::wstring& value)
     : name_(std::move(name)), former_(4096) {
-  RegCreateKeyExW(root, key.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key_, nullptr);
+  // A key that this makes goes with the session, even if the test is ended by force.
+  RegCreateKeyExW(root, key.c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr,
+                  &key_, nullptr);
   auto size = static_cast<DWORD>(former_.size());
   DWORD type = 0;
   if (RegQueryValueExW(key_, name_.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(former_.data()),
@@ -59,6 +61,14 @@ RegistrySetting::~RegistrySetting() {
     RegDeleteValueW(key_, name_.c_str());
   }
   RegCloseKey(key_);
+}
+
+ProgramOnOtherSockets::ProgramOnOtherSockets(const std::wstring& library)
+    : noOtherLibrary_(HKEY_CURRENT_USER,
+                      L"Software\\Wine\\AppDefaults\\quillgate.exe\\DllOverrides", L"ws2_32",
+                      L"native") {
+  std::filesystem::copy(test::programFolder() + L"\\quillgate.exe", folder_.path());
+  std::filesystem::copy(fakeLibrary(library), folder_.path() + L"\\ws2_32.dll");
 }
 
 std::wstring utf16leText(const std::string& bytes) {

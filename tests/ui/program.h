@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "forwarding/forward_rule.h"
+#include "tests/support/temp_folder.h"
 
 namespace quillgate::test {
 
@@ -58,6 +59,19 @@ class RegistrySetting {
   std::wstring name_;
   std::vector<std::byte> former_;
   std::optional<DWORD> formerType_;  // nothing: there was no such value
+};
+
+// A copy of the program that finds one of our stand-ins in the place of ws2_32.dll. The program
+// must have ended when the object goes.
+class ProgramOnOtherSockets {
+ public:
+  explicit ProgramOnOtherSockets(const std::wstring& library);
+  // What Launch::programFolder has to be.
+  [[nodiscard]] std::wstring programFolder() const { return folder_.path(); }
+
+ private:
+  TempFolder folder_;
+  RegistrySetting noOtherLibrary_;
 };
 
 struct Launch {

@@ -130,14 +130,9 @@ TEST_F(StartUp, IgnoresTheCommandLine) {
 }
 
 TEST_F(StartUp, ReportsSocketsThatCannotBeStartedAndEndsWithOne) {
-  const TempFolder programCopy;
-  std::filesystem::copy(programFolder() + L"\\quillgate.exe", programCopy.path());
-  std::filesystem::copy(fakeLibrary(L"no_sockets"), programCopy.path() + L"\\ws2_32.dll");
-  const RegistrySetting noSockets(HKEY_CURRENT_USER,
-                                  L"Software\\Wine\\AppDefaults\\quillgate.exe\\DllOverrides",
-                                  L"ws2_32", L"native");
+  const ProgramOnOtherSockets noSockets(L"no_sockets");
   program = std::make_unique<Program>(
-      Launch{.localAppData = folder.path(), .programFolder = programCopy.path()});
+      Launch{.localAppData = folder.path(), .programFolder = noSockets.programFolder()});
   const HWND box = program->waitForWindow(L"#32770");
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(textOf(box), L"Error");
