@@ -2,13 +2,10 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <atomic>
-#include <thread>
 
 #include "core/time_stamp.h"
 #include "tests/support/load.h"
-#include "tests/support/test_sockets.h"
-#include "tests/ui/slowest_answer.h"
+#include "tests/ui/answer_times.h"
 #include "tests/ui/ui_test.h"
 
 namespace quillgate::test {
@@ -212,50 +209,43 @@ TEST_F(LogWindow, SurvivesNewsThatComesWhenItIsClosed) {
   EXPECT_EQ(program->close(), 0u);
 }
 
-// Two clients that take turns to send through a UDP rule: each datagram is news of a new client,
-// one line in the log.
-void takeTurns(std::uint16_t port, int datagramsPerSecond, std::chrono::seconds time) {
-  const platform::Socket clients[] = {udpOnLoopback(), udpOnLoopback()};
-  const auto interval = std::chrono::microseconds(std::chrono::seconds(1)) / datagramsPerSecond;
-  const auto start = std::chrono::steady_clock::now();
-  const auto end = start + time;
-  for (auto next = start; next < end; next += interval) {
-    std::this_thread::sleep_until(next);
-    const auto turn = static_cast<std::size_t>((next - start) / interval % 2);
-    ASSERT_TRUE(sendDatagramTo(clients[turn], port, "x"));
-  }
+// A client of the flood, counted from 0, as it stands in its line behind the time stamp.
+std::wstring lineOfClient(std::size_t client) {
+  return L"[UDP] New client FROM 10." + std::to_wstring(client >> 16) + L"." +
+         std::to_wstring(client >> 8 & 0xFF) + L"." + std::to_wstring(client & 0xFF) +
+         L":1000  local 5000 -> 127.0.0.1:5001";
 }
 
-TEST_F(LogWindow, AnswersWhileLinesFlood) {
-  constexpr int kLinesPerSecond = 5000;
-  const platform::Socket target = udpOnLoopback();
+// 5,000 new clients a second, each with a line in the log, while somebody uses the main window.
+TEST_F(LogWindow, LosesNoLineOfAFloodAndKeepsNobodyWaiting) {
+  const ProgramOnOtherSockets flooded(L"flooding_sockets");
   RuleSet rules;
-  rules[0] = {true, Protocol::udp, freePort(platform::Transport::udp), L"127.0.0.1",
-              localPort(target)};
+  rules[0] = {true, Protocol::udp, 5000, L"127.0.0.1", 5001};
   files.writeConfig(configBytes(rules));
-  start();
-  ASSERT_TRUE(files.waitForLog(L"Server started."));
+  start({.localAppData = folder.path(), .programFolder = flooded.programFolder()});
+  pressStartStop(1);
   openLog();
+  AnswerTimes answers(mainWindow, window);
+  const std::size_t linesBefore = files.logLines().size();
 
+  pressStartStop(1);
   const auto time = loadTime(std::chrono::seconds(5), std::chrono::seconds(30));
-  std::atomic<bool> ended{false};
-  std::thread sender([&] {
-    takeTurns(rules[0].localPort, kLinesPerSecond, time);
-    ended = true;
-  });
-  SlowestAnswer answer(mainWindow);
-  while (!ended) answer.ask();
-  sender.join();
-
-  // Behind the last datagram.
-  sendCommand(mainWindow, IDC_START_STOP);
-  const std::vector<std::wstring> all = files.logLines();
-  EXPECT_GT(all.size(), kMostLines);
-  EXPECT_TRUE(listShows(lastOf(all, kMostLines)));
+  answers.measure(time);
+  pressStartStop(1);
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMostLines)));
   EXPECT_EQ(topLine(), lastTopLine());
+
+  std::vector<std::wstring> lines = files.logMessages();
+  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(linesBefore));
+  // The others are those of the start and of the stop.
+  std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"[UDP] New"); });
+  EXPECT_EQ(lines.size() + 6, files.logLines().size() - linesBefore);
+  EXPECT_GT(lines.size(), kMostLines);
+  for (std::size_t i = 0; i < lines.size(); ++i) ASSERT_EQ(lines[i], lineOfClient(i));
   RecordProperty("linesPerSecond",
-                 std::to_string(all.size() / static_cast<std::size_t>(time.count())));
-  EXPECT_LT(answer.report(), std::chrono::seconds(5));
+                 std::to_string(lines.size() / static_cast<std::size_t>(time.count())));
+  EXPECT_EQ(program->close(), 0u);
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 
 #include "tests/support/load.h"
 #include "tests/support/test_sockets.h"
+#include "tests/ui/answer_times.h"
 #include "tests/ui/monitor_test.h"
-#include "tests/ui/slowest_answer.h"
 
 namespace quillgate::test {
 namespace {
@@ -219,6 +219,7 @@ TEST_F(MonitorWindow, KeepsTheNewest499LinesInSight) {
 }
 
 TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
+  AnswerTimes answers(mainWindow, window);
   choose(filterList, 1);
   const Socket client = connectToLoopback(tcpPort);
   const Socket server = acceptFrom(tcpTarget);
@@ -232,14 +233,11 @@ TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
   });
   std::thread receiver([&] { static_cast<void>(receiveUntilEnd(server)); });
 
-  SlowestAnswer answer(mainWindow);
-  const auto end = std::chrono::steady_clock::now() +
-                   loadTime(std::chrono::seconds(5), std::chrono::seconds(30));
-  while (std::chrono::steady_clock::now() < end) answer.ask();
+  answers.measure(loadTime(std::chrono::seconds(5), std::chrono::seconds(30)));
   stopping = true;
   sender.join();
   receiver.join();
-  EXPECT_LT(answer.report(), std::chrono::seconds(5));
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
 }
 
 }  // namespace

@@ -13,6 +13,9 @@ namespace quillgate {
 namespace {
 
 constexpr Rectangle kClearPlace{10, 10, 120, 28};
+// For lines that come while others are shown.
+constexpr UINT_PTR kNextRefresh = 1;
+constexpr UINT kNextRefreshMilliseconds = 50;
 
 Rectangle listPlace(HWND window) {
   const Rectangle client = clientRectangle(window);
@@ -46,15 +49,6 @@ ListPosition positionOf(HWND list) {
           static_cast<int>(SendMessageW(list, LB_GETITEMHEIGHT, 0, 0))};
 }
 
-// Takes back the notices that wait besides the one being handled: one refresh serves them all, and
-// what the user does would have to wait behind them. Handles no other message meanwhile.
-void takeNotices(HWND window) {
-  MSG notice;
-  while (PeekMessageW(&notice, window, WM_LOG_NEW_LINE, WM_LOG_NEW_LINE,
-                      PM_REMOVE | PM_QS_POSTMESSAGE) != 0) {
-  }
-}
-
 void appendLines(HWND list, std::span<const std::wstring> lines) {
   const RedrawPause pause(list);
   for (const std::wstring& line : newestOf(lines)) addLine(list, line);
@@ -82,12 +76,18 @@ LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_LOG_NEW_LINE:
       onNewLines();
       return 0;
+    case WM_TIMER:
+      if (wParam != kNextRefresh) break;
+      onNewLines();
+      return 0;
     default:
-      return defaultResult(message, wParam, lParam);
+      break;
   }
+  return defaultResult(message, wParam, lParam);
 }
 
 void LogWindow::onCreate() {
+  uiState().logRefreshComes = false;
   createControlsOf(handle());
   const HWND list = GetDlgItem(handle(), IDC_LOG_LIST);
   uiState().logListBox = list;
@@ -122,10 +122,21 @@ void LogWindow::onClose() {
 void LogWindow::onNewLines() {
   const HWND list = uiState().logListBox;
   if (!IsWindow(list)) return;
-  takeNotices(handle());
   const bool follow = followsEnd(positionOf(list));
-  const std::vector<std::wstring> lines = sharedState().log.takeNewLines();
-  if (lines.empty()) return;
+  EventLog& log = sharedState().log;
+  std::vector<std::wstring> lines = log.takeNewLines();
+  if (lines.empty()) {
+    // A line that comes from here on brings a notice; one that came just before did not.
+    uiState().logRefreshComes = false;
+    lines = log.takeNewLines();
+  }
+  if (lines.empty()) {
+    KillTimer(handle(), kNextRefresh);
+    return;
+  }
+  const bool comes = SetTimer(handle(), kNextRefresh, kNextRefreshMilliseconds, nullptr) != 0;
+  uiState().logRefreshComes = comes;
+  if (comes) takeNotices(handle(), WM_LOG_NEW_LINE);
   appendLines(list, lines);
   if (follow) scrollToEnd(list);
 }

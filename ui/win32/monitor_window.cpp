@@ -12,6 +12,9 @@ namespace quillgate {
 namespace {
 
 constexpr int kMinFilterWidth = 120;
+// For captures that come while others are shown; besides the view's timer.
+constexpr UINT_PTR kNextRefresh = 2;
+constexpr UINT kNextRefreshMilliseconds = 50;
 
 Rectangle filterPlace(const Rectangle& client) { return {10, 10, client.width - 380, 200}; }
 Rectangle formatPlace(const Rectangle& client) { return {client.width - 360, 10, 110, 200}; }
@@ -65,6 +68,10 @@ LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       onRefresh();
       return 0;
     case WM_TIMER:
+      if (wParam == kNextRefresh) {
+        onRefresh();
+        return 0;
+      }
       if (tail_.onTimer(wParam)) return 0;
       break;
     default:
@@ -127,7 +134,13 @@ void MonitorWindow::onSave() {
 }
 
 void MonitorWindow::onRefresh() {
-  if (const std::wstring* text = view_.refresh()) tail_.show(*text);
+  KillTimer(handle(), kNextRefresh);
+  const std::wstring* text = view_.refresh();
+  if (text == nullptr) return;
+  tail_.show(*text);
+  if (SetTimer(handle(), kNextRefresh, kNextRefreshMilliseconds, nullptr) != 0) {
+    takeNotices(handle(), WM_MONITOR_REFRESH);
+  }
 }
 
 void MonitorWindow::onClose() {

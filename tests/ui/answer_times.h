@@ -1,0 +1,74 @@
+// How long a user waits while something keeps the program's windows busy.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "tests/ui/ui_test.h"
+
+namespace quillgate::test {
+
+// Clicks on "Status" with the mouse and waits until the panel folds in or out.
+class AnswerTimes {
+ public:
+  // Moves the other window away from the buttons of the main window.
+  AnswerTimes(HWND mainWindow, HWND otherWindow) : mainWindow_(mainWindow) {
+    RECT outer{};
+    GetWindowRect(mainWindow_, &outer);
+    SetWindowPos(otherWindow, nullptr, outer.left, outer.bottom, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    RECT button{};
+    GetWindowRect(GetDlgItem(mainWindow_, IDC_STATUS), &button);
+    SetCursorPos((button.left + button.right) / 2, (button.top + button.bottom) / 2);
+    // A click may get lost while the window becomes the active one.
+    EXPECT_TRUE(eventually([this] { return answersWithin(std::chrono::seconds(1)); }));
+  }
+
+  void measure(std::chrono::seconds time) {
+    for (const auto end = Clock::now() + time; Clock::now() < end;) {
+      const auto asked = Clock::now();
+      EXPECT_TRUE(answersWithin(kDeadline));
+      times_.push_back(Clock::now() - asked);
+    }
+  }
+
+  // Puts the times into the test's report, in milliseconds, and returns the slowest.
+  [[nodiscard]] std::chrono::milliseconds report() {
+    std::ranges::sort(times_);
+    record("answers", times_.size());
+    record("answerMillisecondsMedian", at(50).count());
+    record("answerMilliseconds99thPercentile", at(99).count());
+    record("answerMillisecondsSlowest", at(100).count());
+    return at(100);
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  bool answersWithin(std::chrono::milliseconds time) const {
+    const int former = outerSize(mainWindow_).height;
+    INPUT click[2]{};
+    click[0].type = click[1].type = INPUT_MOUSE;
+    click[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
+    click[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+    SendInput(2, click, sizeof *click);
+    return eventually([&] { return outerSize(mainWindow_).height != former; }, time);
+  }
+
+  [[nodiscard]] std::chrono::milliseconds at(std::size_t percent) const {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        times_[(times_.size() - 1) * percent / 100]);
+  }
+
+  static void record(const char* name, auto number) {
+    testing::Test::RecordProperty(name, std::to_string(number));
+  }
+
+  HWND mainWindow_;
+  std::vector<Clock::duration> times_;
+};
+
+}  // namespace quillgate::test
