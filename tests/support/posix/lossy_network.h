@@ -1,5 +1,5 @@
 // Two networks that only a bad link joins: packets on it are late, overtake one another, and get
-// lost. For tests on Linux; needs the rights of root.
+// lost. For tests on Linux, run by tests/with_networks.sh.
 #pragma once
 
 #include <array>
