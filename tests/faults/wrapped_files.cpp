@@ -16,7 +16,7 @@ using quillgate::test::isInterruptedNow;
 using quillgate::test::isProgram;
 
 // The linker asks for these names.
-// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 decltype(::open) __real_open;
 decltype(::read) __real_read;
@@ -119,4 +119,4 @@ int __wrap_close(int descriptor) {
   return -1;
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTEND(readability-identifier-naming)

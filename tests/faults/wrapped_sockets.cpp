@@ -42,7 +42,7 @@ std::string withTransport(const char* call, int type) {
 }  // namespace
 
 // The linker asks for these names.
-// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 decltype(::socket) __real_socket;
 decltype(::bind) __real_bind;
@@ -159,4 +159,4 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
   return error;
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTEND(readability-identifier-naming)

@@ -8,7 +8,7 @@
 #include <iterator>
 
 // Of a sanitizer, which has a heap of its own; null without one.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" [[gnu::weak]] std::size_t __sanitizer_get_current_allocated_bytes();
 
 namespace quillgate::test {
