@@ -29,15 +29,19 @@ Box inkIn(HDC context, const Box& area) {
   return {0, 0, right - left + 1, bottom - top + 1};
 }
 
-// All texts of a list, by the messages that give their number, a length and a text.
+// All texts of a list, by the messages that give their number, a length and a text. The list may
+// change meanwhile: then they are those of no one moment.
 std::vector<std::wstring> textsIn(HWND list, UINT countMessage, UINT lengthMessage,
                                   UINT textMessage) {
+  constexpr LRESULT kRoom = 4096;  // for a text that has become longer since its length was asked
   std::vector<std::wstring> texts;
   const auto count = static_cast<WPARAM>(send(list, countMessage));
   for (WPARAM i = 0; i < count; ++i) {
-    std::wstring text(static_cast<std::size_t>(send(list, lengthMessage, i)) + 1, L'\0');
-    text.resize(static_cast<std::size_t>(
-        send(list, textMessage, i, reinterpret_cast<LPARAM>(text.data()))));
+    const LRESULT room = std::max(send(list, lengthMessage, i), LRESULT{0}) + kRoom;
+    std::wstring text(static_cast<std::size_t>(room), L'\0');
+    const LRESULT length = send(list, textMessage, i, reinterpret_cast<LPARAM>(text.data()));
+    if (length < 0) break;
+    text.resize(static_cast<std::size_t>(length));
     texts.push_back(text);
   }
   return texts;
