@@ -20,9 +20,6 @@ class AnswerTimes {
     RECT outer{};
     GetWindowRect(mainWindow_, &outer);
     SetWindowPos(otherWindow, nullptr, outer.left, outer.bottom, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
-    RECT button{};
-    GetWindowRect(GetDlgItem(mainWindow_, IDC_STATUS), &button);
-    SetCursorPos((button.left + button.right) / 2, (button.top + button.bottom) / 2);
     // A click may get lost while the window becomes the active one.
     EXPECT_TRUE(eventually([this] { return answersWithin(std::chrono::seconds(1)); }));
   }
@@ -50,11 +47,7 @@ class AnswerTimes {
 
   bool answersWithin(std::chrono::milliseconds time) const {
     const int former = outerSize(mainWindow_).height;
-    INPUT click[2]{};
-    click[0].type = click[1].type = INPUT_MOUSE;
-    click[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-    click[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-    SendInput(2, click, sizeof *click);
+    clickWithMouse(GetDlgItem(mainWindow_, IDC_STATUS));
     return eventually([&] { return outerSize(mainWindow_).height != former; }, time);
   }
 

@@ -64,6 +64,31 @@ LRESULT sendCommand(HWND window, int id, int code) {
 
 void click(HWND button) { send(button, BM_CLICK); }
 
+void clickWithMouse(HWND control) {
+  RECT outer{};
+  GetWindowRect(control, &outer);
+  SetCursorPos((outer.left + outer.right) / 2, (outer.top + outer.bottom) / 2);
+  INPUT inputs[2]{};
+  inputs[0].type = inputs[1].type = INPUT_MOUSE;
+  inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
+  inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+  EXPECT_EQ(SendInput(2, inputs, sizeof *inputs), 2u);
+}
+
+void typeKeys(const std::vector<WORD>& keys) {
+  std::vector<INPUT> inputs;
+  for (const WORD key : keys) {
+    for (const DWORD flags : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
+      INPUT& input = inputs.emplace_back();
+      input.type = INPUT_KEYBOARD;
+      input.ki.wVk = key;
+      input.ki.dwFlags = flags;
+    }
+  }
+  EXPECT_EQ(SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT)),
+            inputs.size());
+}
+
 std::wstring textOf(HWND window) {
   std::wstring text(static_cast<std::size_t>(send(window, WM_GETTEXTLENGTH)) + 1, L'\0');
   text.resize(static_cast<std::size_t>(

@@ -31,6 +31,10 @@ LRESULT sendCommand(HWND window, int id, int code = 0);
 
 // Presses a button and releases it.
 void click(HWND button);
+// The same with the mouse, for any control that nothing covers.
+void clickWithMouse(HWND control);
+// Types keys with the keyboard, all at once: codes of virtual keys.
+void typeKeys(const std::vector<WORD>& keys);
 
 [[nodiscard]] std::wstring textOf(HWND window);
 [[nodiscard]] std::wstring classOf(HWND window);

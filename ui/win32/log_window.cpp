@@ -13,9 +13,6 @@ namespace quillgate {
 namespace {
 
 constexpr Rectangle kClearPlace{10, 10, 120, 28};
-// For lines that come while others are shown.
-constexpr UINT_PTR kNextRefresh = 1;
-constexpr UINT kNextRefreshMilliseconds = 50;
 
 Rectangle listPlace(HWND window) {
   const Rectangle client = clientRectangle(window);
@@ -74,11 +71,11 @@ LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       onClose();
       return 0;
     case WM_LOG_NEW_LINE:
-      onNewLines();
+      if (pace_.refreshesNow()) onRefresh();
       return 0;
     case WM_TIMER:
-      if (wParam != kNextRefresh) break;
-      onNewLines();
+      if (wParam != RefreshPace::kTimer) break;
+      onRefresh();
       return 0;
     default:
       break;
@@ -87,7 +84,6 @@ LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void LogWindow::onCreate() {
-  uiState().logRefreshComes = false;
   createControlsOf(handle());
   const HWND list = GetDlgItem(handle(), IDC_LOG_LIST);
   uiState().logListBox = list;
@@ -119,24 +115,13 @@ void LogWindow::onClose() {
   DestroyWindow(handle());
 }
 
-void LogWindow::onNewLines() {
+void LogWindow::onRefresh() {
   const HWND list = uiState().logListBox;
   if (!IsWindow(list)) return;
   const bool follow = followsEnd(positionOf(list));
-  EventLog& log = sharedState().log;
-  std::vector<std::wstring> lines = log.takeNewLines();
-  if (lines.empty()) {
-    // A line that comes from here on brings a notice; one that came just before did not.
-    uiState().logRefreshComes = false;
-    lines = log.takeNewLines();
-  }
-  if (lines.empty()) {
-    KillTimer(handle(), kNextRefresh);
-    return;
-  }
-  const bool comes = SetTimer(handle(), kNextRefresh, kNextRefreshMilliseconds, nullptr) != 0;
-  uiState().logRefreshComes = comes;
-  if (comes) takeNotices(handle(), WM_LOG_NEW_LINE);
+  const std::vector<std::wstring> lines = sharedState().log.takeNewLines();
+  pace_.refreshed(handle(), !lines.empty());
+  if (lines.empty()) return;
   appendLines(list, lines);
   if (follow) scrollToEnd(list);
 }

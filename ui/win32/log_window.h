@@ -2,6 +2,7 @@
 // UI thread only; other threads post WM_LOG_NEW_LINE.
 #pragma once
 
+#include "ui/win32/refresh_pace.h"
 #include "ui/win32/window.h"
 
 namespace quillgate {
@@ -18,7 +19,9 @@ class LogWindow final : public Window {
   void onSize();
   void onCommand(int id);
   void onClose();
-  void onNewLines();
+  void onRefresh();
+
+  RefreshPace pace_;
 };
 
 }  // namespace quillgate

@@ -12,9 +12,6 @@ namespace quillgate {
 namespace {
 
 constexpr int kMinFilterWidth = 120;
-// For captures that come while others are shown; besides the view's timer.
-constexpr UINT_PTR kNextRefresh = 2;
-constexpr UINT kNextRefreshMilliseconds = 50;
 
 Rectangle filterPlace(const Rectangle& client) { return {10, 10, client.width - 380, 200}; }
 Rectangle formatPlace(const Rectangle& client) { return {client.width - 360, 10, 110, 200}; }
@@ -65,10 +62,10 @@ LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       onClose();
       return 0;
     case WM_MONITOR_REFRESH:
-      onRefresh();
+      if (pace_.refreshesNow()) onRefresh();
       return 0;
     case WM_TIMER:
-      if (wParam == kNextRefresh) {
+      if (wParam == RefreshPace::kTimer) {
         onRefresh();
         return 0;
       }
@@ -134,13 +131,9 @@ void MonitorWindow::onSave() {
 }
 
 void MonitorWindow::onRefresh() {
-  KillTimer(handle(), kNextRefresh);
   const std::wstring* text = view_.refresh();
-  if (text == nullptr) return;
-  tail_.show(*text);
-  if (SetTimer(handle(), kNextRefresh, kNextRefreshMilliseconds, nullptr) != 0) {
-    takeNotices(handle(), WM_MONITOR_REFRESH);
-  }
+  if (text != nullptr) tail_.show(*text);
+  pace_.refreshed(handle(), text != nullptr);
 }
 
 void MonitorWindow::onClose() {

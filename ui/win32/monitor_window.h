@@ -8,6 +8,7 @@
 
 #include "ui/monitor_actions.h"
 #include "ui/rule_actions.h"
+#include "ui/win32/refresh_pace.h"
 #include "ui/win32/tail_view.h"
 #include "ui/win32/ui_state.h"
 #include "ui/win32/window.h"
@@ -35,6 +36,7 @@ class MonitorWindow final : public Window, private MonitorControls {
 
   MonitorView view_{sharedState().monitor};
   TailView tail_;
+  RefreshPace pace_;
 };
 
 }  // namespace quillgate

@@ -12,9 +12,7 @@ namespace {
 // handle is checked, and posting to one that goes in between fails.
 class WindowNotifier final : public UiNotifier {
  public:
-  void linesWait() noexcept override {
-    if (!uiState().logRefreshComes) post(uiState().logWindow, WM_LOG_NEW_LINE);
-  }
+  void linesWait() noexcept override { post(uiState().logWindow, WM_LOG_NEW_LINE); }
 
   bool recordsWatched() const noexcept override { return IsWindow(uiState().monitorWindow) != 0; }
 

@@ -28,9 +28,6 @@ struct UiState {
   std::atomic<HWND> monitorWindow{nullptr};
   std::atomic<HWND> logWindow{nullptr};
 
-  // Whether the log window will look for new lines within a moment, so that they need no notice.
-  std::atomic<bool> logRefreshComes{false};
-
   HWND logListBox = nullptr;
   HWND monitorFilterList = nullptr;
   HWND monitorFormatList = nullptr;

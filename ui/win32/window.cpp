@@ -70,12 +70,6 @@ void placeControls(HWND parent, std::span<const Placement> placements) {
   }
 }
 
-void takeNotices(HWND window, UINT notice) {
-  MSG taken;
-  while (PeekMessageW(&taken, window, notice, notice, PM_REMOVE | PM_QS_POSTMESSAGE) != 0) {
-  }
-}
-
 Rectangle clientRectangle(HWND window) {
   RECT client{};
   GetClientRect(window, &client);

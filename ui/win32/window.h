@@ -107,11 +107,6 @@ class RedrawPause {
   HWND window_;
 };
 
-// Takes back the notices of this kind that wait for the window, which is to look for news by a
-// timer instead: posted messages come before all that the user does and before painting, and as
-// long as news keep coming, neither would get its turn; a timer comes after them.
-void takeNotices(HWND window, UINT notice);
-
 // Width and height of the client area, at (0, 0).
 [[nodiscard]] Rectangle clientRectangle(HWND window);
 
