@@ -35,7 +35,9 @@ std::string randomBytes(unsigned seed, std::size_t size) {
 class BadNetworkTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (!LossyNetwork::mayBeMade()) GTEST_SKIP() << "the system lets us make no networks";
+    // Some containers forbid networks even to root. The forwarders are not to blame for that, and
+    // nothing is proved about them there either: the report counts the test as skipped.
+    if (!LossyNetwork::mayBeMade()) GTEST_SKIP() << "no networks can be made here";
     network = std::make_unique<LossyNetwork>();
   }
 
