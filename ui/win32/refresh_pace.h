@@ -8,7 +8,7 @@ namespace quillgate {
 
 class RefreshPace {
  public:
-  // Whose WM_TIMER is to refresh the window.
+  // Whose WM_TIMER is to refresh the window. TailView has another one on the monitor window.
   static constexpr UINT_PTR kTimer = 2;
 
   // Whether the notice that is being handled is to refresh the window. Whoever sends one, instead
