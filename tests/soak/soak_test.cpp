@@ -194,7 +194,7 @@ class Soak : public testing::Test {
 };
 
 TEST_F(Soak, DamagesNothingAndLeavesNothing) {
-  const std::chrono::milliseconds half = loadTime(QUILLGATE_SOAK_TIMES) / 2;
+  const std::chrono::milliseconds half = load(QUILLGATE_SOAK_TIMES) / 2;
   use(half);
   const std::size_t descriptorsThen = processResources().descriptors;
   const ProcessMemory then = processMemory();

@@ -1,15 +1,14 @@
-// How long a load lasts that a test puts on something.
+// How much load a test puts on something.
 #pragma once
 
-#include <chrono>
 #include <cstdlib>
 
 namespace quillgate::test {
 
-// The short time, or the long one when the environment has QUILLGATE_LONG_TESTS.
-[[nodiscard]] inline std::chrono::seconds loadTime(std::chrono::seconds shortTime,
-                                                   std::chrono::seconds longTime) {
-  return std::getenv("QUILLGATE_LONG_TESTS") != nullptr ? longTime : shortTime;
+// The small amount, or the large one when the environment has QUILLGATE_LONG_TESTS.
+template <class Amount>
+[[nodiscard]] Amount load(Amount small, Amount large) {
+  return std::getenv("QUILLGATE_LONG_TESTS") != nullptr ? large : small;
 }
 
 }  // namespace quillgate::test

@@ -233,7 +233,7 @@ TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
   });
   std::thread receiver([&] { static_cast<void>(receiveUntilEnd(server)); });
 
-  answers.measure(loadTime(std::chrono::seconds(5), std::chrono::seconds(30)));
+  answers.measure(load(std::chrono::seconds(5), std::chrono::seconds(30)));
   stopping = true;
   sender.join();
   receiver.join();
