@@ -269,7 +269,7 @@ class MonitorViewProperty : public MonitorViewTest, public testing::WithParamInt
 
 TEST_P(MonitorViewProperty, EqualsRenderingEverythingAndTrimming) {
   monitor.choose(kFilterAll);
-  for (int step = 0; step < 40; ++step) {
+  for (int step = 0; step < 20; ++step) {
     captureSome();
     switch (below(4)) {
       case 0:
