@@ -89,6 +89,12 @@ void typeKeys(const std::vector<WORD>& keys) {
             inputs.size());
 }
 
+bool hasFocus(HWND window) {
+  GUITHREADINFO foreground{};
+  foreground.cbSize = sizeof foreground;
+  return GetGUIThreadInfo(0, &foreground) != 0 && foreground.hwndFocus == window;
+}
+
 std::wstring textOf(HWND window) {
   std::wstring text(static_cast<std::size_t>(send(window, WM_GETTEXTLENGTH)) + 1, L'\0');
   text.resize(static_cast<std::size_t>(

@@ -36,6 +36,9 @@ void clickWithMouse(HWND control);
 // Types keys with the keyboard, all at once: codes of virtual keys.
 void typeKeys(const std::vector<WORD>& keys);
 
+// Whether what is typed goes to this window.
+[[nodiscard]] bool hasFocus(HWND window);
+
 [[nodiscard]] std::wstring textOf(HWND window);
 [[nodiscard]] std::wstring classOf(HWND window);
 [[nodiscard]] DWORD styleOf(HWND window);

@@ -267,16 +267,20 @@ TEST_F(LogFlood, LosesNoLineAndKeepsNobodyWaiting) {
 }
 
 TEST_F(LogFlood, LeavesKeysInTheirOrder) {
-  startFlood();
   sendCommand(mainWindow, IDC_OPEN_CONFIG);
   const HWND editor = program->waitForWindow(L"QuillgateCfgWnd");
   ASSERT_NE(editor, nullptr);
   const HWND field = GetDlgItem(editor, IDC_RULE_TARGET_IP);
   send(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L""));
-  clickWithMouse(field);
+  startFlood();
+  // A click may get lost while the editor becomes the active window.
+  ASSERT_TRUE(eventually([&] {
+    clickWithMouse(field);
+    return eventually([&] { return hasFocus(field); }, std::chrono::seconds(1));
+  }));
 
   // The field gets digits as characters, which are posted, and arrows as keys, which are input.
-  constexpr int kTimes = 40;
+  constexpr int kTimes = 100;
   std::vector<WORD> keys;
   std::wstring text;
   for (int i = 0; i < kTimes; ++i) {
