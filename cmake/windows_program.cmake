@@ -3,7 +3,8 @@ enable_language(RC)
 
 # Hardening, and line tables for the symbol file, go through everything that is linked into it.
 target_compile_options(quillgate_settings INTERFACE
-                       $<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong;-g>)
+                       $<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong>
+                       $<$<AND:$<COMPILE_LANGUAGE:C,CXX>,$<NOT:$<CONFIG:Debug>>>:-g1>)
 target_link_options(quillgate_settings INTERFACE -fstack-protector-strong)
 
 quillgate_sources(sources ui/win32)
