@@ -5,19 +5,20 @@
 # under the sanitizers and on Windows, whatever fails on the way. Tests mostly wait, so those of one
 # preset run while the next one is built. build/test/<step>.log has what a step printed. Ends with
 # the number of test cases; exits with 0 only if nothing failed. With --long, loads last longer, each
-# fuzz target searches for half an hour, and the lines of the windows are counted as well.
+# fuzz target searches for half an hour, what g++ makes for release on Linux is tested, too, and the
+# lines of the windows are counted.
 set -uo pipefail
 shopt -s nullglob
 cd "$(dirname "$0")" || exit
 source cmake/packages.sh
 
 logs=$PWD/build/test
-presets=(windows linux-tsan linux-asan linux-coverage linux)  # those with the longest tests first
+presets=(windows linux-tsan linux-asan linux-coverage)  # those with the longest tests first
 coveredFolders='core forwarding monitor config engine ui'
 minCoverage=95  # percent of the lines, and of the branches, of the covered folders
 fuzzSeconds=20  # for each target
 if [[ ${1-} == --long ]]; then
-  presets+=(windows-coverage)
+  presets+=(linux windows-coverage)
   fuzzSeconds=1800
   export QUILLGATE_LONG_TESTS=1
 fi
@@ -155,10 +156,11 @@ measureWindowCoverage() {
       --output "$logs/window-coverage.txt" build/windows-coverage
 }
 
-# Runs the tests that relay under the memory checker.
+# Runs the tests that relay under the memory checker. What is covered meanwhile does not count.
 checkMemory() {
-  valgrind --quiet --error-exitcode=99 --leak-check=full --fair-sched=yes --max-threads=3000 \
-    build/linux/tests/quillgate_tests \
+  GCOV_PREFIX=$logs/valgrind valgrind --quiet --error-exitcode=99 --leak-check=full \
+    --fair-sched=yes --max-threads=3000 \
+    build/linux-coverage/tests/quillgate_tests \
     --gtest_filter='ForwardingServer*:Tcp*:Udp*:Relay*'
 }
 
