@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "monitor/record_renderer.h"
+#include "tests/support/load.h"
 #include "tests/support/test_engine.h"
 
 namespace quillgate {
@@ -269,7 +270,7 @@ class MonitorViewProperty : public MonitorViewTest, public testing::WithParamInt
 
 TEST_P(MonitorViewProperty, EqualsRenderingEverythingAndTrimming) {
   monitor.choose(kFilterAll);
-  for (int step = 0; step < 20; ++step) {
+  for (int step = 0; step < test::load(20, 40); ++step) {
     captureSome();
     switch (below(4)) {
       case 0:
