@@ -253,6 +253,16 @@ TEST_F(MainWindow, LeavesAHiddenReportUntilItIsShownAgain) {
   EXPECT_EQ(textOf(statusPanel()), report(L"STOPPED", kDefaultRule));
 }
 
+TEST_F(MainWindow, HandlesAPostedMessageAmongManyClicks) {
+  start();
+  for (int i = 0; i < 40; ++i) clickWithMouse(mainControl(IDC_STATUS));
+  PostMessageW(mainWindow, WM_COMMAND, IDC_START_STOP, 0);
+  ASSERT_TRUE(files.waitForLog(L"Stopping server..."));
+  const int height = outerSize(mainWindow).height;
+  EXPECT_TRUE(eventually([&] { return outerSize(mainWindow).height != height; }))
+      << "it came after the last click";
+}
+
 TEST_F(MainWindow, StopsTheServerWhenItIsClosedAndEndsWithZero) {
   start();
   EXPECT_EQ(program->close(), 0u);

@@ -37,19 +37,21 @@ bool takeForUser(MSG& message) {
 }
 
 // The system hands out posted messages before input and painting, and lines of the log may be
-// posted as fast as they are taken: so every 20 ms it is the user's turn.
+// posted as fast as they are taken: so the two take turns of 20 ms.
 void runMessageLoop() {
   constexpr ULONGLONG kTurnMilliseconds = 20;
-  ULONGLONG lastTurn = GetTickCount64();
+  ULONGLONG turnBegin = GetTickCount64();
+  const auto turnIsOver = [&] { return GetTickCount64() - turnBegin >= kTurnMilliseconds; };
   MSG message;
   while (GetMessageW(&message, nullptr, 0, 0) != 0) {
     dispatch(message);
-    if (GetTickCount64() - lastTurn < kTurnMilliseconds) continue;
-    while (takeForUser(message)) {
+    if (!turnIsOver()) continue;
+    turnBegin = GetTickCount64();
+    while (!turnIsOver() && takeForUser(message)) {
       if (message.message == WM_QUIT) return;
       dispatch(message);
     }
-    lastTurn = GetTickCount64();
+    turnBegin = GetTickCount64();
   }
 }
 
