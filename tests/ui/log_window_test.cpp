@@ -40,6 +40,15 @@ class LogWindow : public UiTest {
     return lineCount() - clientSize(list).height / send(list, LB_GETITEMHEIGHT);
   }
 
+  // Whether the screen shows the list's scroll bar alike at a quarter and at three quarters of its
+  // height.
+  [[nodiscard]] bool scrollBarHalvesLookAlike() const {
+    const Box client = clientSize(list);
+    const int middle = client.width + GetSystemMetrics(SM_CXVSCROLL) / 2;
+    return screenPixel(list, middle, client.height / 4) ==
+           screenPixel(list, middle, client.height * 3 / 4);
+  }
+
   [[nodiscard]] bool listShows(const std::vector<std::wstring>& lines) const {
     return eventually([&] { return linesOf(list) == lines; });
   }
@@ -133,6 +142,16 @@ TEST_F(LogWindow, DoesNotMoveAReaderWhoHasScrolledUp) {
   pressStartStop(20);
   EXPECT_TRUE(listShows(lastOf(files.logLines(), kMostLines)));
   EXPECT_EQ(topLine(), 0);
+}
+
+TEST_F(LogWindow, ShrinksTheThumbOfAReaderWhoHasScrolledUp) {
+  start();
+  pressStartStop(20);
+  openLog();
+  send(list, LB_SETTOPINDEX, 0);
+  EXPECT_TRUE(eventually([this] { return !scrollBarHalvesLookAlike(); }));
+  pressStartStop(200);
+  EXPECT_TRUE(eventually([this] { return scrollBarHalvesLookAlike(); }));
 }
 
 TEST_F(LogWindow, FollowsTheEndAgainWhenTheReaderIsBackAtIt) {

@@ -65,6 +65,7 @@ void toggleStatusPanel() {
 void refreshStatusPanel() {
   const UiState& ui = uiState();
   if (!ui.statusPanelVisible || ui.statusPanel == nullptr) return;
+  const RedrawPause pause(ui.statusPanel);
   SetWindowTextW(ui.statusPanel, buildStatusReport(sharedState()).c_str());
 }
 

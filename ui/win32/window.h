@@ -93,17 +93,21 @@ void placeControls(HWND parent, std::span<const Placement> placements);
 // Keeps a window from drawing itself while it changes.
 class RedrawPause {
  public:
-  explicit RedrawPause(HWND window) : window_(window) {
-    SendMessageW(window_, WM_SETREDRAW, FALSE, 0);
-  }
+  explicit RedrawPause(HWND window) : window_(window) { setRedraw(FALSE); }
   ~RedrawPause() {
-    SendMessageW(window_, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(window_, nullptr, TRUE);
+    setRedraw(TRUE);
+    RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
   }
   RedrawPause(const RedrawPause&) = delete;
   RedrawPause& operator=(const RedrawPause&) = delete;
 
  private:
+  void setRedraw(BOOL on) const {
+    SendMessageW(window_, WM_SETREDRAW, static_cast<WPARAM>(on), 0);
+    // Wine's edit control ignores the message: each change would draw its scroll bar.
+    DefWindowProcW(window_, WM_SETREDRAW, static_cast<WPARAM>(on), 0);
+  }
+
   HWND window_;
 };
 
