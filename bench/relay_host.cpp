@@ -41,9 +41,10 @@ int main() {
 
   int signal = 0;
   while (sigwait(&signals, &signal) == 0 && signal == SIGUSR1) {
-    const bool captureOn = !state.monitor.captureOn.load();
-    state.monitor.captureOn = captureOn;
-    announce(captureOn ? "capture on" : "capture off");
+    using quillgate::kFilterAll;
+    using quillgate::kFilterOff;
+    state.monitor.choose(state.monitor.isCapturing() ? kFilterOff : kFilterAll);
+    announce(state.monitor.isCapturing() ? "capture on" : "capture off");
   }
 
   state.server.stop();

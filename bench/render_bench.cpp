@@ -60,9 +60,9 @@ int main() {
   });
   std::printf("fill             %8.0f ms  %zu records of %zu bytes\n", filling, kMaxRecords - 2,
               payload.size());
-  monitor.asciiMode = 0;
+  monitor.setFormat(DumpFormat::hex);
   measureFormat(monitor, payload, "HEX");
-  monitor.asciiMode = 1;
+  monitor.setFormat(DumpFormat::ascii);
   measureFormat(monitor, payload, "ASCII");
   return EXIT_SUCCESS;
 }

@@ -81,9 +81,9 @@ struct Outcome {
 Outcome measure(const Case& what) {
   NoUi noUi;
   TrafficMonitor monitor(noUi);
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   for (std::size_t i = 0; i < kMaxRecords; ++i) capture(monitor, 0, what.payloadBytes);
-  monitor.captureOn = what.captureOn;
+  monitor.choose(what.captureOn ? kFilterAll : kFilterOff);
 
   std::jthread reader;
   if (what.withReader) {
@@ -131,7 +131,7 @@ void printMemory(std::uint32_t rules, std::size_t payloadBytes) {
   const double before = residentMegabytes();
   NoUi noUi;
   TrafficMonitor monitor(noUi);
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   for (std::uint32_t rule = 0; rule < rules; ++rule) {
     for (std::size_t i = 0; i < kMaxRecords; ++i) capture(monitor, rule, payloadBytes);
   }

@@ -10,7 +10,7 @@ namespace {
 
 std::wstring filterText(std::int32_t filterValue) {
   if (filterValue == kFilterOff) return L"None (monitoring off)";
-  return filterValue < 0 ? L"All" : L"Rule " + std::to_wstring(filterValue + 1);
+  return isRuleFilter(filterValue) ? L"Rule " + std::to_wstring(filterValue + 1) : L"All";
 }
 
 std::wstring headerBlock(std::size_t items, std::int32_t filterValue, DumpFormat format) {

@@ -38,8 +38,8 @@ void trimViewText(std::wstring& text) {
 }
 
 const std::wstring* MonitorView::refresh() {
-  monitor_.refreshPending.store(0);
-  const std::int32_t filter = monitor_.filter.load();
+  monitor_.beginRefresh();
+  const std::int32_t filter = monitor_.filter();
   if (filter == kFilterOff) return nullptr;
   const auto [records, firstNew] = monitor_.takeForView(filter);
   if (firstNew == records.size()) return nullptr;
@@ -49,7 +49,7 @@ const std::wstring* MonitorView::refresh() {
 }
 
 const std::wstring& MonitorView::rebuild() {
-  const std::int32_t filter = monitor_.filter.load();
+  const std::int32_t filter = monitor_.filter();
   if (filter == kFilterOff) return clear();
   text_ = renderNewest(monitor_.takeForView(filter).records, 0, monitor_.format());
   trimViewText(text_);
@@ -58,7 +58,7 @@ const std::wstring& MonitorView::rebuild() {
 
 const std::wstring& MonitorView::clear() {
   text_.clear();
-  return monitor_.filter.load() == kFilterOff ? kOffNotice : text_;
+  return monitor_.filter() == kFilterOff ? kOffNotice : text_;
 }
 
 }  // namespace quillgate

@@ -11,7 +11,8 @@
 
 namespace quillgate {
 
-enum class DumpFormat { hex, ascii };
+// How payloads are shown.
+enum class DumpFormat { ascii = 0, hex = 1 };
 
 // The bytes as two upper-case digits each, 32 to a line, a blank after each that does not end its
 // line, and one more line break: the last line keeps its blank, and a payload that fills its last

@@ -22,7 +22,7 @@ void TrafficMonitor::captureEvent(std::uint32_t ruleIndex, std::wstring_view tex
 
 void TrafficMonitor::capturePayload(std::uint32_t ruleIndex, std::wstring_view text,
                                     std::span<const std::byte> data) {
-  if (!captureOn.load(std::memory_order_relaxed)) return;
+  if (!captureOn_.load(std::memory_order_relaxed)) return;
 
   auto record = std::make_shared<MonitorRecord>();
   record->timestamp = formatTimeStamp(platform::localTime());
@@ -47,15 +47,15 @@ void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) 
 
 void TrafficMonitor::notify() {
   if (!notifier_.recordsWatched()) return;
-  std::uint8_t idle = 0;
-  if (!refreshPending.compare_exchange_strong(idle, 1)) return;
+  if (refreshPending_.exchange(true)) return;
   // News that could not be delivered must not silence all later news.
-  if (!notifier_.recordsWait()) refreshPending.store(0);
+  if (!notifier_.recordsWait()) refreshPending_.store(false);
 }
 
 void TrafficMonitor::choose(std::int32_t filterValue) {
-  filter.store(filterValue);
-  captureOn.store(filterValue != kFilterOff);
+  const bool on = filterValue == kFilterAll || isRuleFilter(filterValue);
+  filter_.store(on ? filterValue : kFilterOff);
+  captureOn_.store(on);
 }
 
 void TrafficMonitor::clearAll() {

@@ -23,24 +23,21 @@
 
 namespace quillgate {
 
-// Values of the filter that name no rule; 0..9 are rule indexes.
+// Values of the filter besides the rule indexes 0..9: nothing is shown or captured; the records of
+// all rules are shown.
 inline constexpr std::int32_t kFilterOff = -2;
 inline constexpr std::int32_t kFilterAll = -1;
+
+// Whether a filter value chooses the records of one rule.
+[[nodiscard]] constexpr bool isRuleFilter(std::int32_t filterValue) {
+  return filterValue >= 0 && filterValue < static_cast<std::int32_t>(kRuleCount);
+}
 
 class TrafficMonitor {
  public:
   explicit TrafficMonitor(UiNotifier& notifier) : notifier_(notifier) {}
   TrafficMonitor(const TrafficMonitor&) = delete;
   TrafficMonitor& operator=(const TrafficMonitor&) = delete;
-
-  // Whether anything is recorded at all. Workers read it before each chunk.
-  std::atomic<bool> captureOn{false};
-  // Which records are shown and exported: kFilterOff, kFilterAll or a rule index.
-  std::atomic<std::int32_t> filter{kFilterOff};
-  // How payloads are rendered: non-zero as ASCII, zero as HEX.
-  std::atomic<std::int32_t> asciiMode{1};
-  // 1 while a refresh has been asked for and not been started.
-  std::atomic<std::uint8_t> refreshPending{0};
 
   // Records an event without a payload. An index above 9 belongs to no rule's list.
   void captureEvent(std::uint32_t ruleIndex, std::wstring_view text);
@@ -50,18 +47,25 @@ class TrafficMonitor {
   void capturePayload(std::uint32_t ruleIndex, std::wstring_view text,
                       std::span<const std::byte> data);
 
-  // Shows and exports the records that `filterValue` chooses from now on; captures unless it is
-  // kFilterOff.
+  // Shows the records that `filterValue` chooses from now on: kFilterAll or a rule index, 0..9; any
+  // other value is taken as kFilterOff. Captures unless it is that.
   void choose(std::int32_t filterValue);
+  // What choose() has chosen, kFilterOff at first.
+  [[nodiscard]] std::int32_t filter() const { return filter_.load(); }
+  // Whether anything is recorded.
+  [[nodiscard]] bool isCapturing() const { return captureOn_.load(); }
 
-  [[nodiscard]] DumpFormat format() const {
-    return asciiMode.load() != 0 ? DumpFormat::ascii : DumpFormat::hex;
-  }
+  // How payloads are shown and exported; ASCII at first.
+  void setFormat(DumpFormat format) { format_.store(format); }
+  [[nodiscard]] DumpFormat format() const { return format_.load(); }
+
+  // The refresh that the notifier was asked for begins: the next capture asks for another one.
+  void beginRefresh() { refreshPending_.store(false); }
 
   // Forgets every record and how many were shown.
   void clearAll();
 
-  // The records of the list that `filterValue` chooses, all of them for a negative value.
+  // The records of one rule, for its index, or of all rules, for any other value.
   [[nodiscard]] RecordList::Snapshot snapshot(std::int32_t filterValue) const;
 
   // The same, and the index of the first record that no earlier call for that list has handed out.
@@ -85,12 +89,16 @@ class TrafficMonitor {
 
   // The place in `lists_` of the list that a filter value chooses.
   [[nodiscard]] static std::size_t listIndex(std::int32_t filterValue) {
-    return filterValue < 0 ? 0 : 1 + static_cast<std::size_t>(filterValue);
+    return isRuleFilter(filterValue) ? 1 + static_cast<std::size_t>(filterValue) : 0;
   }
   void appendRecord(std::uint32_t ruleIndex, SharedRecord record);
   void notify();
 
   UiNotifier& notifier_;
+  std::atomic<bool> captureOn_{false};  // workers read it before each chunk
+  std::atomic<std::int32_t> filter_{kFilterOff};
+  std::atomic<DumpFormat> format_{DumpFormat::ascii};
+  std::atomic<bool> refreshPending_{false};      // a refresh has been asked for and not begun
   mutable std::mutex lock_;                      // guards the lists and the shown-counters
   std::array<ShownList, 1 + kRuleCount> lists_;  // all records, then those of each rule
 };

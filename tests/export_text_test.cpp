@@ -135,7 +135,7 @@ TEST_F(MonitorExport, UsesTheFormatChosenNow) {
   monitor.choose(kFilterAll);
   monitor.capturePayload(0, L"[UDP] C->S  ", std::vector<std::byte>(1, std::byte{'A'}));
   EXPECT_NE(exported(kFilterAll).find(L"[UDP] C->S  \r\nA\r\n"), std::wstring::npos);
-  monitor.asciiMode = 0;
+  monitor.setFormat(DumpFormat::hex);
   EXPECT_NE(exported(kFilterAll).find(L"[UDP] C->S  \r\n41 \r\n"), std::wstring::npos);
   EXPECT_NE(exported(kFilterAll).find(L"Format: HEX\r\n"), std::wstring::npos);
 }

@@ -28,8 +28,8 @@ TEST_F(MonitorActions, OpeningSwitchesCapturingOffAndShowsTheNotice) {
   monitor.choose(4);
   monitor.captureEvent(4, L"event");
   EXPECT_EQ(openMonitor(state, view), kOffNotice);
-  EXPECT_EQ(monitor.filter, kFilterOff);
-  EXPECT_FALSE(monitor.captureOn);
+  EXPECT_EQ(monitor.filter(), kFilterOff);
+  EXPECT_FALSE(monitor.isCapturing());
   EXPECT_EQ(monitor.snapshot(kFilterAll).size(), 1U);
   EXPECT_EQ(engine.messages(), Messages());
 }
@@ -47,16 +47,16 @@ TEST_F(MonitorActions, ANoticeLostWithTheLastWindowDoesNotSilenceTheNext) {
 }
 
 TEST_F(MonitorActions, ChoosingAnEntrySwitchesCapturingOnAndShowsItsRecords) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   monitor.captureEvent(1, L"earlier");
   monitor.captureEvent(2, L"other");
-  monitor.captureOn = false;
+  monitor.choose(kFilterOff);
 
   const std::wstring& text = chooseFilter(state, view, 1);
 
   EXPECT_TRUE(text.ends_with(L"  earlier\r\n")) << text;
-  EXPECT_EQ(monitor.filter, 1);
-  EXPECT_TRUE(monitor.captureOn);
+  EXPECT_EQ(monitor.filter(), 1);
+  EXPECT_TRUE(monitor.isCapturing());
   EXPECT_EQ(engine.messages(), Messages{L"Monitor turned ON."});
 }
 
@@ -70,8 +70,8 @@ TEST_F(MonitorActions, ChoosingOffSwitchesCapturingOffAndShowsTheNotice) {
   static_cast<void>(chooseFilter(state, view, kFilterAll));
   monitor.captureEvent(1, L"event");
   EXPECT_EQ(chooseFilter(state, view, kFilterOff), kOffNotice);
-  EXPECT_EQ(monitor.filter, kFilterOff);
-  EXPECT_FALSE(monitor.captureOn);
+  EXPECT_EQ(monitor.filter(), kFilterOff);
+  EXPECT_FALSE(monitor.isCapturing());
   EXPECT_EQ(engine.messages(),
             (Messages{L"Monitor turned ON.", L"Monitor turned OFF (None selected)."}));
 }
@@ -79,35 +79,31 @@ TEST_F(MonitorActions, ChoosingOffSwitchesCapturingOffAndShowsTheNotice) {
 TEST_F(MonitorActions, ChoosingAFormatRendersEverythingAnewAndLogsNothing) {
   monitor.choose(kFilterAll);
   monitor.capturePayload(0, L"[UDP] C->S  ", std::vector<std::byte>(1, std::byte{'A'}));
-  EXPECT_EQ(formatIndex(state), 0);
+  EXPECT_TRUE(chooseFormat(state, view, DumpFormat::hex).ends_with(L"C->S  \r\n41 \r\n"));
+  EXPECT_EQ(monitor.format(), DumpFormat::hex);
 
-  EXPECT_TRUE(chooseFormat(state, view, 1).ends_with(L"C->S  \r\n41 \r\n"));
-  EXPECT_EQ(monitor.asciiMode, 0);
-  EXPECT_EQ(formatIndex(state), 1);
-
-  EXPECT_TRUE(chooseFormat(state, view, 0).ends_with(L"C->S  \r\nA\r\n"));
-  EXPECT_EQ(monitor.asciiMode, 1);
-  EXPECT_EQ(formatIndex(state), 0);
+  EXPECT_TRUE(chooseFormat(state, view, DumpFormat::ascii).ends_with(L"C->S  \r\nA\r\n"));
+  EXPECT_EQ(monitor.format(), DumpFormat::ascii);
   EXPECT_EQ(engine.messages(), Messages());
 }
 
-TEST_F(MonitorActions, AnyIndexButHexMeansAscii) {
-  for (const int index : {-1, 0, 2}) {
-    static_cast<void>(chooseFormat(state, view, 1));
-    static_cast<void>(chooseFormat(state, view, index));
-    EXPECT_EQ(monitor.asciiMode, 1);
-  }
+TEST_F(MonitorActions, TheFormatListOffersAsciiAndThenHex) {
+  EXPECT_EQ(std::vector<std::wstring>(std::begin(kFormatNames), std::end(kFormatNames)),
+            (std::vector<std::wstring>{L"ASCII", L"HEX"}));
+  EXPECT_EQ(formatAt(0), DumpFormat::ascii);
+  EXPECT_EQ(formatAt(1), DumpFormat::hex);
+  for (const int none : {-1, 2}) EXPECT_EQ(formatAt(none), DumpFormat::ascii);
 }
 
 TEST_F(MonitorActions, TheFormatSurvivesClosingAndOpening) {
-  static_cast<void>(chooseFormat(state, view, 1));
+  static_cast<void>(chooseFormat(state, view, DumpFormat::hex));
   MonitorView next(monitor);
   static_cast<void>(openMonitor(state, next));
-  EXPECT_EQ(formatIndex(state), 1);
+  EXPECT_EQ(monitor.format(), DumpFormat::hex);
 }
 
 TEST_F(MonitorActions, ChoosingAFormatWhileMonitoringIsOffShowsTheNotice) {
-  EXPECT_EQ(chooseFormat(state, view, 1), kOffNotice);
+  EXPECT_EQ(chooseFormat(state, view, DumpFormat::hex), kOffNotice);
 }
 
 TEST_F(MonitorActions, ClearingForgetsTheRecordsAndGoesOnCapturing) {
@@ -118,7 +114,7 @@ TEST_F(MonitorActions, ClearingForgetsTheRecordsAndGoesOnCapturing) {
   EXPECT_EQ(clearMonitor(state, view), L"");
 
   EXPECT_EQ(monitor.snapshot(kFilterAll).size(), 0U);
-  EXPECT_TRUE(monitor.captureOn);
+  EXPECT_TRUE(monitor.isCapturing());
   EXPECT_EQ(engine.messages(), (Messages{L"Monitor turned ON.", L"Monitor buffers cleared."}));
   monitor.captureEvent(0, L"new");
   const std::wstring* text = view.refresh();

@@ -74,14 +74,16 @@ class MonitorViewTest : public testing::Test {
 
 TEST_F(MonitorViewTest, ShowsTheNoticeWhileMonitoringIsOff) {
   EXPECT_EQ(view.rebuild(), kOffNotice);
-  monitor.captureOn = true;  // whatever has been captured
+  monitor.choose(kFilterAll);
   captureEvents(1, 3);
+  monitor.choose(kFilterOff);  // whatever has been captured
   EXPECT_EQ(view.rebuild(), kOffNotice);
 }
 
 TEST_F(MonitorViewTest, DoesNothingOnARefreshWhileMonitoringIsOff) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(1, 3);
+  monitor.choose(kFilterOff);
   EXPECT_EQ(view.refresh(), nullptr);
   monitor.choose(kFilterAll);
   ASSERT_NE(view.refresh(), nullptr);  // the records were not counted as shown
@@ -126,17 +128,21 @@ TEST_F(MonitorViewTest, LetsTheNextCaptureSendANotice) {
   notifier.watched = true;
   monitor.choose(kFilterAll);
   captureEvents(1, 2);
-  EXPECT_EQ(monitor.refreshPending, 1);
+  EXPECT_EQ(notifier.recordNotices, 1);
   EXPECT_NE(view.refresh(), nullptr);
-  EXPECT_EQ(monitor.refreshPending, 0);
   captureEvents(3, 3);
   EXPECT_EQ(notifier.recordNotices, 2);
 }
 
 TEST_F(MonitorViewTest, LetsTheNextCaptureSendANoticeEvenWhileMonitoringIsOff) {
-  monitor.refreshPending = 1;
+  notifier.watched = true;
+  monitor.choose(kFilterAll);
+  captureEvents(1, 1);
+  monitor.choose(kFilterOff);
   EXPECT_EQ(view.refresh(), nullptr);
-  EXPECT_EQ(monitor.refreshPending, 0);
+  monitor.choose(kFilterAll);
+  captureEvents(2, 2);
+  EXPECT_EQ(notifier.recordNotices, 2);
 }
 
 TEST_F(MonitorViewTest, KeepsLinesInTheFormatTheyWereRenderedInUntilARebuild) {
@@ -146,7 +152,7 @@ TEST_F(MonitorViewTest, KeepsLinesInTheFormatTheyWereRenderedInUntilARebuild) {
   const std::wstring inAscii = view.rebuild();
   EXPECT_TRUE(inAscii.ends_with(L"[UDP] C->S  \r\nhi\r\n"));
 
-  monitor.asciiMode = 0;
+  monitor.setFormat(DumpFormat::hex);
   monitor.capturePayload(0, L"[UDP] S->C  ", payload);
   const std::wstring* text = view.refresh();
   ASSERT_NE(text, nullptr);
@@ -244,7 +250,7 @@ class MonitorViewProperty : public MonitorViewTest, public testing::WithParamInt
   std::size_t& shownOf(std::int32_t filter) { return shown_[static_cast<std::size_t>(filter + 1)]; }
 
   void rebuildBoth() {
-    const std::int32_t filter = monitor.filter;
+    const std::int32_t filter = monitor.filter();
     plain_.text.clear();
     plain_.append(rendered(filter));
     shownOf(filter) = monitor.snapshot(filter).size();
@@ -252,7 +258,7 @@ class MonitorViewProperty : public MonitorViewTest, public testing::WithParamInt
   }
 
   void refreshBoth() {
-    const std::int32_t filter = monitor.filter;
+    const std::int32_t filter = monitor.filter();
     const std::size_t size = monitor.snapshot(filter).size();
     const bool news = shownOf(filter) < size;
     plain_.append(rendered(filter, shownOf(filter)));
@@ -278,7 +284,7 @@ TEST_P(MonitorViewProperty, EqualsRenderingEverythingAndTrimming) {
         rebuildBoth();
         break;
       case 1:
-        monitor.asciiMode = static_cast<std::int32_t>(below(2));
+        monitor.setFormat(below(2) == 0 ? DumpFormat::hex : DumpFormat::ascii);
         rebuildBoth();
         break;
       default:

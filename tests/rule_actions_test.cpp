@@ -30,7 +30,7 @@ class FakeViews final : public RuleViews, public MonitorControls {
   std::int32_t selectedFilter() const override { return selection; }
   void rebuildView() override {
     note(L"view");
-    filterAtRebuild = engine_.state().monitor.filter;
+    filterAtRebuild = engine_.state().monitor.filter();
   }
 
   bool monitorOpen = false;
@@ -108,8 +108,8 @@ TEST_F(RuleActions, SavingKeepsAFilterWhoseRuleIsStillEnabled) {
   saveRules(state, rules, views);
   EXPECT_EQ(views.entries, filterEntries(rules));
   EXPECT_EQ(views.selection, 2);
-  EXPECT_EQ(state.monitor.filter, 2);
-  EXPECT_TRUE(state.monitor.captureOn);
+  EXPECT_EQ(state.monitor.filter(), 2);
+  EXPECT_TRUE(state.monitor.isCapturing());
   EXPECT_EQ(views.filterAtRebuild, 2);
   EXPECT_THAT(views.calls, ElementsAre(L"status after Config saved and applied.",
                                        L"filter list after Config saved and applied.",
@@ -120,13 +120,13 @@ TEST_F(RuleActions, SavingKeepsAllAndOff) {
   views.monitorOpen = true;
   state.monitor.choose(kFilterAll);
   saveRules(state, rules, views);
-  EXPECT_EQ(state.monitor.filter, kFilterAll);
-  EXPECT_TRUE(state.monitor.captureOn);
+  EXPECT_EQ(state.monitor.filter(), kFilterAll);
+  EXPECT_TRUE(state.monitor.isCapturing());
 
   state.monitor.choose(kFilterOff);
   saveRules(state, rules, views);
-  EXPECT_EQ(state.monitor.filter, kFilterOff);
-  EXPECT_FALSE(state.monitor.captureOn);
+  EXPECT_EQ(state.monitor.filter(), kFilterOff);
+  EXPECT_FALSE(state.monitor.isCapturing());
 }
 
 TEST_F(RuleActions, SavingSwitchesMonitoringOffWhenTheFiltersRuleIsDisabled) {
@@ -134,8 +134,8 @@ TEST_F(RuleActions, SavingSwitchesMonitoringOffWhenTheFiltersRuleIsDisabled) {
   state.monitor.choose(7);
   saveRules(state, rules, views);
   EXPECT_EQ(views.selection, kFilterOff);
-  EXPECT_EQ(state.monitor.filter, kFilterOff);
-  EXPECT_FALSE(state.monitor.captureOn);
+  EXPECT_EQ(state.monitor.filter(), kFilterOff);
+  EXPECT_FALSE(state.monitor.isCapturing());
   EXPECT_EQ(views.filterAtRebuild, kFilterOff);
 }
 
@@ -144,15 +144,15 @@ TEST_F(RuleActions, SavingSwitchesMonitoringOffWhenTheListSelectsNothing) {
   views.selects = false;
   state.monitor.choose(kFilterAll);
   saveRules(state, rules, views);
-  EXPECT_EQ(state.monitor.filter, kFilterOff);
-  EXPECT_FALSE(state.monitor.captureOn);
+  EXPECT_EQ(state.monitor.filter(), kFilterOff);
+  EXPECT_FALSE(state.monitor.isCapturing());
 }
 
 TEST_F(RuleActions, SavingLeavesCapturingAloneWhileTheMonitorIsClosed) {
   state.monitor.choose(7);
   saveRules(state, rules, views);
-  EXPECT_EQ(state.monitor.filter, 7);
-  EXPECT_TRUE(state.monitor.captureOn);
+  EXPECT_EQ(state.monitor.filter(), 7);
+  EXPECT_TRUE(state.monitor.isCapturing());
 }
 
 TEST_F(RuleActions, ExportingWritesAFileAndChangesNothingElse) {

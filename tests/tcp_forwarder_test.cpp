@@ -85,7 +85,7 @@ TEST_F(TcpForwarderTest, LogsASessionFromItsStartToItsEnd) {
 }
 
 TEST_F(TcpForwarderTest, CapturesASessionFromItsStartToItsEnd) {
-  engine.state().monitor.captureOn = true;
+  engine.state().monitor.choose(kFilterAll);
   Session session = open();
   ASSERT_TRUE(sendAll(session.client, "up"));
   EXPECT_EQ(receiveExactly(session.server, 2), "up");
@@ -114,7 +114,7 @@ TEST_F(TcpForwarderTest, CapturesASessionFromItsStartToItsEnd) {
 }
 
 TEST_F(TcpForwarderTest, CapturesChunksOfAtMostARelayBufferAndCutsTheirPayload) {
-  engine.state().monitor.captureOn = true;
+  engine.state().monitor.choose(kFilterAll);
   const Session session = open();
   const std::string sent(100'000, 'x');
   std::thread sender([&] { EXPECT_TRUE(sendAll(session.client, sent)); });
@@ -299,7 +299,7 @@ TEST(TcpListener, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
 // One session without a listener: its client's end, and what was reported.
 class TcpSessionTest : public testing::Test {
  protected:
-  void SetUp() override { engine.state().monitor.captureOn = true; }
+  void SetUp() override { engine.state().monitor.choose(kFilterAll); }
 
   void run(const ForwardRule& rule, const platform::SocketAddress& from) {
     runTcpSession({engine.state().log, engine.state().monitor}, 2, std::move(pair.server), from,
@@ -393,7 +393,7 @@ TEST_F(TcpSessionTest, ReachesATargetByName) {
 
 TEST(RelayAndCapture, CapturesAChunkEvenIfItCannotBeSent) {
   TestEngine engine;
-  engine.state().monitor.captureOn = true;
+  engine.state().monitor.choose(kFilterAll);
   test::ConnectedPair from = test::connectedPair();
   const Socket closed;  // every send fails
   ASSERT_TRUE(sendAll(from.client, "lost"));

@@ -40,10 +40,9 @@ class TrafficMonitorTest : public testing::Test {
 };
 
 TEST_F(TrafficMonitorTest, StartsOffEmptyAndInAscii) {
-  EXPECT_FALSE(monitor.captureOn);
-  EXPECT_EQ(monitor.filter, -2);
-  EXPECT_EQ(monitor.asciiMode, 1);
-  EXPECT_EQ(monitor.refreshPending, 0);
+  EXPECT_FALSE(monitor.isCapturing());
+  EXPECT_EQ(monitor.filter(), -2);
+  EXPECT_EQ(monitor.format(), DumpFormat::ascii);
   for (std::int32_t filter = -2; filter <= 9; ++filter) EXPECT_EQ(sizeOf(filter), 0U);
 }
 
@@ -54,11 +53,42 @@ TEST_F(TrafficMonitorTest, ChangesAndPostsNothingWhileCapturingIsOff) {
   EXPECT_EQ(sizeOf(kFilterAll), 0U);
   EXPECT_EQ(sizeOf(0), 0U);
   EXPECT_EQ(notifier.recordNotices, 0);
-  EXPECT_EQ(monitor.refreshPending, 0);
+}
+
+TEST_F(TrafficMonitorTest, ShowsAndCapturesWhatWasChosen) {
+  for (std::int32_t filter = -1; filter <= 9; ++filter) {
+    monitor.choose(filter);
+    EXPECT_EQ(monitor.filter(), filter);
+    EXPECT_TRUE(monitor.isCapturing());
+  }
+  monitor.choose(-2);
+  EXPECT_EQ(monitor.filter(), -2);
+  EXPECT_FALSE(monitor.isCapturing());
+}
+
+TEST_F(TrafficMonitorTest, TakesAFilterThatNamesNothingAsOff) {
+  for (const std::int32_t filter : {10, 0x7FFFFFFF, -3, -0x7FFFFFFF - 1}) {
+    monitor.choose(3);
+    monitor.choose(filter);
+    EXPECT_EQ(monitor.filter(), kFilterOff);
+    EXPECT_FALSE(monitor.isCapturing());
+  }
+}
+
+TEST_F(TrafficMonitorTest, GivesAllRecordsForAFilterThatNamesNoRule) {
+  monitor.choose(kFilterAll);
+  captureEvents(9, 3);
+  captureEvents(0, 2);
+  EXPECT_EQ(sizeOf(9), 3U);
+  for (const std::int32_t filter : {10, 0x7FFFFFFF, -3, -0x7FFFFFFF - 1}) {
+    EXPECT_EQ(sizeOf(filter), 5U);
+    EXPECT_EQ(monitor.takeForView(filter).records.size(), 5U);
+    EXPECT_EQ(monitor.exportText(filter), monitor.exportText(kFilterAll));
+  }
 }
 
 TEST_F(TrafficMonitorTest, RecordsAnEventWithoutAPayload) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   monitor.captureEvent(3, L"[UDP] New client");
   const auto records = monitor.snapshot(kFilterAll);
   ASSERT_EQ(records.size(), 1U);
@@ -67,7 +97,7 @@ TEST_F(TrafficMonitorTest, RecordsAnEventWithoutAPayload) {
 }
 
 TEST_F(TrafficMonitorTest, StampsEachRecordWithTheLocalTime) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   const std::wstring before = formatTimeStamp(platform::localTime());
   monitor.captureEvent(0, L"event");
   const std::wstring after = formatTimeStamp(platform::localTime());
@@ -78,7 +108,7 @@ TEST_F(TrafficMonitorTest, StampsEachRecordWithTheLocalTime) {
 }
 
 TEST_F(TrafficMonitorTest, KeepsAPayloadOf4096BytesWhole) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   const auto payload = countingBytes(4096);
   monitor.capturePayload(0, kHeader, payload);
   const auto records = monitor.snapshot(kFilterAll);
@@ -87,7 +117,7 @@ TEST_F(TrafficMonitorTest, KeepsAPayloadOf4096BytesWhole) {
 }
 
 TEST_F(TrafficMonitorTest, CutsAPayloadOf4097BytesAndSaysSoRightAfterTheHeader) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   monitor.capturePayload(0, kHeader, countingBytes(4097));
   const auto records = monitor.snapshot(kFilterAll);
   EXPECT_EQ(records[0].payload, countingBytes(4096));
@@ -95,7 +125,7 @@ TEST_F(TrafficMonitorTest, CutsAPayloadOf4097BytesAndSaysSoRightAfterTheHeader) 
 }
 
 TEST_F(TrafficMonitorTest, RecordsAnEmptyPayloadLikeAnEvent) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   monitor.capturePayload(0, kHeader, {});
   const auto records = monitor.snapshot(kFilterAll);
   ASSERT_EQ(records.size(), 1U);
@@ -104,8 +134,7 @@ TEST_F(TrafficMonitorTest, RecordsAnEmptyPayloadLikeAnEvent) {
 }
 
 TEST_F(TrafficMonitorTest, FilesARecordUnderItsRuleAndUnderAll) {
-  monitor.captureOn = true;
-  monitor.filter = 7;  // what is shown does not matter to what is kept
+  monitor.choose(7);  // what is shown does not matter to what is kept
   for (std::uint32_t rule = 0; rule < 10; ++rule) captureEvents(rule, rule + 1);
   for (std::int32_t rule = 0; rule < 10; ++rule) {
     EXPECT_EQ(sizeOf(rule), static_cast<std::size_t>(rule) + 1);
@@ -115,7 +144,7 @@ TEST_F(TrafficMonitorTest, FilesARecordUnderItsRuleAndUnderAll) {
 }
 
 TEST_F(TrafficMonitorTest, FilesARecordOfNoRuleOnlyUnderAll) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   for (const std::uint32_t index : {10U, 11U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
     monitor.captureEvent(index, L"event");
     monitor.capturePayload(index, kHeader, countingBytes(1));
@@ -125,7 +154,7 @@ TEST_F(TrafficMonitorTest, FilesARecordOfNoRuleOnlyUnderAll) {
 }
 
 TEST_F(TrafficMonitorTest, BringsAllRecordsDownTo45001WithThe50001st) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   for (int i = 1; i <= 50001; ++i) monitor.captureEvent(10, std::to_wstring(i));
   const auto records = monitor.snapshot(kFilterAll);
   ASSERT_EQ(records.size(), 45001U);
@@ -134,7 +163,7 @@ TEST_F(TrafficMonitorTest, BringsAllRecordsDownTo45001WithThe50001st) {
 }
 
 TEST_F(TrafficMonitorTest, TrimsARulesListByItself) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(4, 30000);
   captureEvents(5, 20001);
   EXPECT_EQ(sizeOf(kFilterAll), 45001U);
@@ -145,7 +174,7 @@ TEST_F(TrafficMonitorTest, TrimsARulesListByItself) {
 }
 
 TEST_F(TrafficMonitorTest, HandsOutEachRecordAsNewOncePerList) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(2, 3);
   EXPECT_EQ(monitor.takeForView(kFilterAll).firstNew, 0U);
   EXPECT_EQ(monitor.takeForView(kFilterAll).firstNew, 3U);
@@ -159,7 +188,7 @@ TEST_F(TrafficMonitorTest, HandsOutEachRecordAsNewOncePerList) {
 }
 
 TEST_F(TrafficMonitorTest, LowersTheShownCounterByWhatATrimDrops) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(6, 50000);
   EXPECT_EQ(monitor.takeForView(kFilterAll).records.size(), 50000U);
   EXPECT_EQ(monitor.takeForView(6).records.size(), 50000U);
@@ -172,7 +201,7 @@ TEST_F(TrafficMonitorTest, LowersTheShownCounterByWhatATrimDrops) {
 }
 
 TEST_F(TrafficMonitorTest, LowersTheShownCounterToNoLessThanZero) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(6, 3000);
   EXPECT_EQ(monitor.takeForView(kFilterAll).records.size(), 3000U);
   EXPECT_EQ(monitor.takeForView(6).records.size(), 3000U);
@@ -185,7 +214,7 @@ TEST_F(TrafficMonitorTest, LowersTheShownCounterToNoLessThanZero) {
 }
 
 TEST_F(TrafficMonitorTest, ForgetsRecordsAndShownCountersWhenCleared) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(1, 5);
   static_cast<void>(monitor.takeForView(kFilterAll));
   static_cast<void>(monitor.takeForView(1));
@@ -193,7 +222,7 @@ TEST_F(TrafficMonitorTest, ForgetsRecordsAndShownCountersWhenCleared) {
   monitor.clearAll();
 
   for (std::int32_t filter = -2; filter <= 9; ++filter) EXPECT_EQ(sizeOf(filter), 0U);
-  EXPECT_TRUE(monitor.captureOn);
+  EXPECT_TRUE(monitor.isCapturing());
   captureEvents(1, 2);
   for (const std::int32_t filter : {kFilterAll, 1}) {
     const auto toShow = monitor.takeForView(filter);
@@ -203,39 +232,35 @@ TEST_F(TrafficMonitorTest, ForgetsRecordsAndShownCountersWhenCleared) {
 }
 
 TEST_F(TrafficMonitorTest, KeepsCapturingWithoutNoticesWhileNobodyWatches) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   captureEvents(0, 2);
   EXPECT_EQ(sizeOf(kFilterAll), 2U);
   EXPECT_EQ(notifier.recordNotices, 0);
-  EXPECT_EQ(monitor.refreshPending, 0);
 }
 
 TEST_F(TrafficMonitorTest, PostsOneNoticeForManyCaptures) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   notifier.watched = true;
   monitor.captureEvent(0, L"event");
   monitor.capturePayload(0, kHeader, countingBytes(1));
   captureEvents(0, 100);
   EXPECT_EQ(notifier.recordNotices, 1);
-  EXPECT_EQ(monitor.refreshPending, 1);
 
-  monitor.refreshPending = 0;  // the refresh begins
+  monitor.beginRefresh();
   captureEvents(0, 2);
   EXPECT_EQ(notifier.recordNotices, 2);
 }
 
 TEST_F(TrafficMonitorTest, AsksAgainAfterANoticeThatWasNotDelivered) {
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   notifier.watched = true;
   notifier.delivers = false;
   captureEvents(0, 1);
   EXPECT_EQ(notifier.recordNotices, 1);
-  EXPECT_EQ(monitor.refreshPending, 0);
 
   notifier.delivers = true;
   captureEvents(0, 2);
   EXPECT_EQ(notifier.recordNotices, 2);
-  EXPECT_EQ(monitor.refreshPending, 1);
 }
 
 // Takes what is new until the writers are done; counts it and checks the order per writer.
@@ -262,7 +287,7 @@ class Reader {
 TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
   constexpr std::size_t kWriters = 4;
   constexpr std::size_t kRecordsOfEach = 10000;
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   notifier.watched = true;
   std::atomic<std::size_t> writing{kWriters};
   std::vector<std::jthread> writers;
@@ -278,7 +303,7 @@ TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
   Reader all(monitor);
   Reader ofRule(monitor);
   while (writing > 0) {
-    monitor.refreshPending = 0;
+    monitor.beginRefresh();
     all.takeNew(kFilterAll);
     ofRule.takeNew(2);
   }
@@ -293,7 +318,7 @@ TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
 TEST_F(TrafficMonitorTest, StaysWholeWhileItIsFilledTrimmedReadAndCleared) {
   constexpr std::size_t kWriters = 3;
   constexpr std::size_t kRecordsOfEach = 40000;
-  monitor.captureOn = true;
+  monitor.choose(kFilterAll);
   std::atomic<std::size_t> writing{kWriters};
   std::vector<std::jthread> writers;
   for (std::uint32_t writer = 0; writer < kWriters; ++writer) {

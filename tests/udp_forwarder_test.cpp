@@ -40,7 +40,7 @@ class UdpForwarderTest : public testing::Test {
  protected:
   void SetUp() override {
     engine.setRule(ruleFor(Protocol::udp, port, test::localPort(target)), kIndex);
-    engine.state().monitor.captureOn = true;
+    engine.state().monitor.choose(kFilterAll);
     engine.state().server.start();
     ASSERT_TRUE(
         engine.waitFor(L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort));
@@ -99,7 +99,7 @@ TEST_F(UdpForwarderTest, CapturesTheClientAndEveryDatagram) {
 }
 
 TEST_F(UdpForwarderTest, RelaysWithoutCapturingWhileCapturingIsOff) {
-  engine.state().monitor.captureOn = false;
+  engine.state().monitor.choose(kFilterOff);
   expectRelayed(client, target, "question");
   expectRelayed(target, client, "answer");
   EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
@@ -251,8 +251,9 @@ TEST_F(UdpForwarderTest, KeepsItsRuleWhileTheTableChanges) {
 TEST_F(UdpForwarderTest, LosesNoneOfManyExchangesWhileCapturingGoesOnAndOff) {
   std::jthread capturing([&](const std::stop_token& ended) {
     while (!ended.stop_requested()) {
-      engine.state().monitor.captureOn = !engine.state().monitor.captureOn;
-      engine.state().monitor.clearAll();
+      TrafficMonitor& monitor = engine.state().monitor;
+      monitor.choose(monitor.isCapturing() ? kFilterOff : kFilterAll);
+      monitor.clearAll();
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   });

@@ -8,14 +8,13 @@
 namespace quillgate {
 namespace {
 
-constexpr int kHexIndex = 1;
 constexpr std::array kByteOrderMark{std::byte{0xFF}, std::byte{0xFE}};
 
 }  // namespace
 
 const std::wstring& openMonitor(SharedState& state, MonitorView& view) {
   state.monitor.choose(kFilterOff);
-  state.monitor.refreshPending.store(0);
+  state.monitor.beginRefresh();
   return view.rebuild();
 }
 
@@ -27,12 +26,8 @@ const std::wstring& chooseFilter(SharedState& state, MonitorView& view, std::int
   return text;
 }
 
-int formatIndex(const SharedState& state) {
-  return state.monitor.format() == DumpFormat::hex ? kHexIndex : 0;
-}
-
-const std::wstring& chooseFormat(SharedState& state, MonitorView& view, int index) {
-  state.monitor.asciiMode.store(index == kHexIndex ? 0 : 1);
+const std::wstring& chooseFormat(SharedState& state, MonitorView& view, DumpFormat format) {
+  state.monitor.setFormat(format);
   return view.rebuild();
 }
 

@@ -10,8 +10,13 @@
 
 namespace quillgate {
 
-// What the format list offers, by its index.
+// What the format list offers, in the order of DumpFormat.
 inline constexpr const wchar_t* kFormatNames[] = {L"ASCII", L"HEX"};
+
+// The format at this index of the list; ASCII when none is selected.
+[[nodiscard]] constexpr DumpFormat formatAt(int index) {
+  return index == static_cast<int>(DumpFormat::hex) ? DumpFormat::hex : DumpFormat::ascii;
+}
 
 // A window has opened: switches capturing off, even when the last window left it on, and forgets a
 // notice that was on its way to that one.
@@ -22,11 +27,9 @@ inline constexpr const wchar_t* kFormatNames[] = {L"ASCII", L"HEX"};
 [[nodiscard]] const std::wstring& chooseFilter(SharedState& state, MonitorView& view,
                                                std::int32_t value);
 
-// The index in kFormatNames of the format in use. The choice survives the window.
-[[nodiscard]] int formatIndex(const SharedState& state);
-
-// The format list's selection has changed to this index in kFormatNames.
-[[nodiscard]] const std::wstring& chooseFormat(SharedState& state, MonitorView& view, int index);
+// The format list's selection has changed. The choice survives the window.
+[[nodiscard]] const std::wstring& chooseFormat(SharedState& state, MonitorView& view,
+                                               DumpFormat format);
 
 // "Clear": forgets all records and goes on capturing.
 [[nodiscard]] const std::wstring& clearMonitor(SharedState& state, MonitorView& view);

@@ -10,7 +10,7 @@ namespace {
 // Keeps the choice if its entry still exists; otherwise switches monitoring off.
 void refillFilterList(SharedState& state, MonitorControls& controls) {
   const std::vector<FilterEntry> entries = filterEntries(state.rules.snapshot());
-  const auto kept = std::ranges::find(entries, state.monitor.filter.load(), &FilterEntry::value);
+  const auto kept = std::ranges::find(entries, state.monitor.filter(), &FilterEntry::value);
   const auto selected = kept == entries.end() ? 0 : kept - entries.begin();
   controls.fillFilterList(entries, static_cast<std::size_t>(selected));
   state.monitor.choose(controls.selectedFilter());

@@ -107,7 +107,7 @@ class Soak : public testing::Test {
         static_cast<void>(chooseFilter(state, view, static_cast<std::int32_t>(random() % 12) - 2));
         return;
       case 6:
-        static_cast<void>(chooseFormat(state, view, static_cast<int>(random() % 2)));
+        static_cast<void>(chooseFormat(state, view, formatAt(static_cast<int>(random() % 2))));
         return;
       case 7:
         static_cast<void>(clearMonitor(state, view));

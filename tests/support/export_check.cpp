@@ -121,7 +121,7 @@ void checkExport(std::span<const std::byte> bytes) {
 
   TrafficMonitor monitor(notifier);
   monitor.choose(kFilterAll);
-  monitor.asciiMode = isAscii ? 1 : 0;
+  monitor.setFormat(isAscii ? DumpFormat::ascii : DumpFormat::hex);
   std::vector<Capture> captures;
   while (!bytes.empty()) {
     captures.push_back(takeCapture(bytes));

@@ -85,7 +85,7 @@ void MonitorWindow::onCreate() {
   ui.monitorView = GetDlgItem(handle(), IDC_MON_VIEW);
   tail_.attach(ui.monitorView);
   for (const wchar_t* name : kFormatNames) addEntry(ui.monitorFormatList, name);
-  select(ui.monitorFormatList, formatIndex(sharedState()));
+  select(ui.monitorFormatList, static_cast<int>(sharedState().monitor.format()));
   fillFilterList(filterEntries(sharedState().rules.snapshot()), 0);
   ui.monitorControls = this;
   tail_.show(openMonitor(sharedState(), view_));
@@ -111,7 +111,8 @@ void MonitorWindow::onCommand(int id, int notification) {
       break;
     case IDC_MON_FORMAT:
       if (notification != CBN_SELCHANGE) break;
-      tail_.show(chooseFormat(sharedState(), view_, selectedIndex(uiState().monitorFormatList)));
+      tail_.show(
+          chooseFormat(sharedState(), view_, formatAt(selectedIndex(uiState().monitorFormatList))));
       break;
     case IDC_MON_CLEAR:
       tail_.show(clearMonitor(sharedState(), view_));
