@@ -12,6 +12,13 @@ namespace quillgate {
 // How a rule forwards. Any value but tcp is forwarded as UDP.
 enum class Protocol : std::uint32_t { tcp = 0, udp = 1 };
 
+// The protocols as people see them, in the order of Protocol.
+inline constexpr const wchar_t* kProtocolNames[] = {L"TCP", L"UDP"};
+
+[[nodiscard]] constexpr const wchar_t* nameOf(Protocol protocol) {
+  return kProtocolNames[protocol == Protocol::tcp ? 0 : 1];
+}
+
 // One rule: a local port that is relayed to a target. Known by its index 0..9 in the RuleSet and
 // shown to people as that index plus one.
 struct ForwardRule {
@@ -30,6 +37,11 @@ using RuleSet = std::array<ForwardRule, kRuleCount>;
 // Whether the server gives the rule a worker: it is enabled and both ports are set.
 [[nodiscard]] inline bool isRunnable(const ForwardRule& rule) {
   return rule.enabled && rule.localPort != 0 && rule.targetPort != 0;
+}
+
+// Where the rule leads, as people see it: "192.0.2.1:80", the host as it was entered.
+[[nodiscard]] inline std::wstring targetText(const ForwardRule& rule) {
+  return rule.targetIp + L":" + std::to_wstring(rule.targetPort);
 }
 
 // The live rules. Any thread may call; the lock is held only while the ten rules are copied.

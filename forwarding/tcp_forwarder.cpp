@@ -16,11 +16,6 @@ using namespace std::chrono_literals;
 using platform::Socket;
 using platform::SocketAddress;
 
-// "host:port" of the rule's target, the host as configured.
-std::wstring targetText(const ForwardRule& rule) {
-  return rule.targetIp + L":" + std::to_wstring(rule.targetPort);
-}
-
 Socket openListener(std::uint16_t localPort) {
   Socket listener = platform::openIpv4Socket(platform::Transport::tcp);
   if (!listener.isOpen()) return listener;

@@ -62,7 +62,7 @@ class UdpRelay {
   void reportNewClient(const SocketAddress& sender) {
     const std::wstring text = L"[UDP] New client FROM " + formatSocketAddress(sender.view()) +
                               L"  local " + std::to_wstring(rule_.localPort) + L" -> " +
-                              rule_.targetIp + L":" + std::to_wstring(rule_.targetPort);
+                              targetText(rule_);
     context_.reports.log.write(text);
     context_.reports.monitor.captureEvent(ruleIndex_, text);
   }
@@ -90,8 +90,7 @@ void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRu
   }
   const auto target = platform::parseIpv4(rule.targetIp, rule.targetPort);
   if (!target) return log.write(L"[UDP] Invalid target IP: " + rule.targetIp);
-  log.write(L"[UDP] Listening on local port " + localPort + L" -> " + rule.targetIp + L":" +
-            std::to_wstring(rule.targetPort));
+  log.write(L"[UDP] Listening on local port " + localPort + L" -> " + targetText(rule));
 
   UdpRelay(context, ruleIndex, rule, socket, *target).run();
   socket.close();

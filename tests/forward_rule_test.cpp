@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <thread>
 #include <type_traits>
 #include <utility>
@@ -22,6 +23,21 @@ TEST(ForwardRule, HoldsTheProtocolInThirtyTwoBits) {
   static_assert(sizeof(Protocol) == 4 && std::is_unsigned_v<std::underlying_type_t<Protocol>>);
   EXPECT_EQ(static_cast<std::uint32_t>(Protocol::tcp), 0U);
   EXPECT_EQ(static_cast<std::uint32_t>(Protocol::udp), 1U);
+}
+
+TEST(ForwardRule, NamesTheProtocolsInTheirOrder) {
+  ASSERT_EQ(std::size(kProtocolNames), 2U);
+  EXPECT_STREQ(kProtocolNames[0], L"TCP");
+  EXPECT_STREQ(kProtocolNames[1], L"UDP");
+  EXPECT_STREQ(nameOf(Protocol::tcp), L"TCP");
+  EXPECT_STREQ(nameOf(Protocol::udp), L"UDP");
+  EXPECT_STREQ(nameOf(static_cast<Protocol>(7)), L"UDP");
+}
+
+TEST(ForwardRule, ShowsItsTargetAsItWasEntered) {
+  EXPECT_EQ(targetText({}), L"127.0.0.1:0");
+  EXPECT_EQ(targetText({.targetIp = L"Server.example", .targetPort = 65535}),
+            L"Server.example:65535");
 }
 
 TEST(ForwardRule, CopiesEveryFieldDeeply) {

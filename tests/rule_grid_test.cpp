@@ -28,12 +28,6 @@ TEST(RuleGrid, ShowsEveryProtocolButTcpAsUdp) {
   EXPECT_EQ(rowFrom({.proto = static_cast<Protocol>(7)}).proto, Protocol::udp);
 }
 
-TEST(RuleGrid, OffersTcpThenUdp) {
-  ASSERT_EQ(std::size(kProtocolNames), 2u);
-  EXPECT_STREQ(kProtocolNames[static_cast<std::size_t>(Protocol::tcp)], L"TCP");
-  EXPECT_STREQ(kProtocolNames[static_cast<std::size_t>(Protocol::udp)], L"UDP");
-}
-
 TEST(RuleGrid, ReadsARowBackAsTheRuleItShows) {
   const ForwardRule rule{true, Protocol::udp, 65535, L"server.example", 1};
   EXPECT_EQ(ruleFrom(rowFrom(rule)), rule);

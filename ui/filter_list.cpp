@@ -7,9 +7,8 @@ namespace quillgate {
 namespace {
 
 std::wstring entryText(std::size_t index, const ForwardRule& rule) {
-  return std::to_wstring(index + 1) + L") " + (rule.proto == Protocol::tcp ? L"TCP" : L"UDP") +
-         L"  local " + std::to_wstring(rule.localPort) + L" -> " + rule.targetIp + L":" +
-         std::to_wstring(rule.targetPort);
+  return std::to_wstring(index + 1) + L") " + nameOf(rule.proto) + L"  local " +
+         std::to_wstring(rule.localPort) + L" -> " + targetText(rule);
 }
 
 }  // namespace

@@ -20,9 +20,6 @@ struct RuleRow {
   bool operator==(const RuleRow&) const = default;
 };
 
-// What the protocol list offers, by its index.
-inline constexpr const wchar_t* kProtocolNames[] = {L"TCP", L"UDP"};
-
 // The fields of a row from left to right.
 inline constexpr const wchar_t* kFieldNames[] = {L"enabled", L"protocol", L"local port",
                                                  L"target IP", L"target port"};

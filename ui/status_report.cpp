@@ -14,9 +14,8 @@ std::wstring buildStatusReport(const SharedState& state) {
   for (std::size_t i = 0; i < rules.size(); ++i) {
     const ForwardRule& rule = rules[i];
     report << L"  " << i + 1 << L")   " << (rule.enabled ? L"ON " : L"OFF") << L"  "
-           << (rule.proto == Protocol::tcp ? L"TCP" : L"UDP") << L"  local " << rule.localPort
-           << L"  ->  " << rule.targetIp << L":" << rule.targetPort << L"  [thread:"
-           << (state.server.isWorkerActive(i) ? L"yes" : L"no") << L"]\r\n";
+           << nameOf(rule.proto) << L"  local " << rule.localPort << L"  ->  " << targetText(rule)
+           << L"  [thread:" << (state.server.isWorkerActive(i) ? L"yes" : L"no") << L"]\r\n";
   }
 
   report << L"\r\nBase directory:            " << state.paths.baseDir << L"\r\n"
