@@ -25,7 +25,7 @@ describe() {
 # of ours that it includes.
 sourcesOf() {
   ninja -C "build/$1" -t deps | awk -v preset="$1" -v root="$PWD/" '
-    function flush() { if (line) print preset line; line = "" }
+    function flush() { if (line ~ /^ [^ ]*[.]cpp/) print preset line; line = "" }
     /^[^ ]/ { flush() }
     sub("^ +(" root "|[.][.]/[.][.]/)", "") && !/^build\// { line = line " " $0 }
     END { flush() }'
@@ -64,6 +64,6 @@ while read -r source; do
     echo "$source: no preset compiles it"
     exit 1
   fi
-done < <(find . \( -name build -o -name '.?*' \) -prune -o -name '*.cpp' -printf '%P\n')
+done < <(git ls-files --cached --others --exclude-standard '*.cpp')
 
 xargs -r -P "$(nproc)" -n 3 bash -c 'check "$@"' - <"$clean/todo"

@@ -18,6 +18,7 @@ programPackages=(
 # To test it as well.
 # shellcheck disable=SC2034
 testPackages=(
+  'git: names the files that are ours'
   'g++: compiles the engine for Linux'
   'clang: compiles it for the sanitizers'
   'libclang-rt-14-dev: the sanitizers'
