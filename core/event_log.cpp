@@ -24,7 +24,7 @@ void EventLog::write(std::wstring_view message) {
   appendUtf16le(line, fileLine);
   appendUtf16le(L"\r\n", fileLine);
 
-  std::vector<std::wstring> trimmedLines;  // destroyed when nobody waits any more
+  std::vector<std::wstring> trimmedLines;  // destroyed after the lock is released
   {
     const std::lock_guard lock(mutex_);
     if (!logFilePath_.empty()) platform::appendToFile(logFilePath_, fileLine);

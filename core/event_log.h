@@ -1,9 +1,8 @@
 // The program's one diagnostic channel: each message becomes one time-stamped line at the end of
 // the log file and of a list in memory that the log window shows.
 //
-// write() may be called from any thread and waits for nothing but the other writers and the disk;
-// the other operations belong to the UI thread. The object is never destroyed while a thread may
-// still write.
+// write() may be called from any thread and waits only for other writers and the disk; the other
+// operations belong to the UI thread. The object is never destroyed while a thread may still write.
 #pragma once
 
 #include <cstddef>
@@ -34,15 +33,15 @@ class EventLog {
 
   // Adds one line: the time now, two blanks, `message`. The file (UTF-16LE without a byte-order
   // mark, lines ended by CR LF) is opened, appended to and closed for each line; a file that cannot
-  // be written is skipped without a report. Then tells the notifier.
+  // be written is skipped without a report. Then calls the notifier.
   void write(std::wstring_view message);
 
-  // The lines that no earlier call of this function or of openView has handed out, oldest first.
+  // The lines that neither this function nor openView() has returned before, oldest first.
   [[nodiscard]] std::vector<std::wstring> takeNewLines();
 
-  // Calls `addLine` for the last `maxLines` lines, oldest first, and counts all lines as handed
-  // out. The log is locked meanwhile, so no line is missed or shown twice: `addLine` must not write
-  // to the log.
+  // Calls `addLine` for the last `maxLines` lines, oldest first, and counts all lines as returned.
+  // The log is locked meanwhile, so no line is missed or shown twice: `addLine` must not write to
+  // the log.
   void openView(std::size_t maxLines, const std::function<void(const std::wstring&)>& addLine);
 
   // Empties the list and deletes the file; the next line starts both anew.
@@ -52,7 +51,7 @@ class EventLog {
   UiNotifier& notifier_;
   std::mutex mutex_;  // guards everything below and the file
   std::vector<std::wstring> lines_;
-  std::size_t viewIndex_ = 0;  // first line not handed out yet
+  std::size_t viewIndex_ = 0;  // first line not returned yet
   std::wstring logFilePath_;
 };
 

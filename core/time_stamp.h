@@ -7,7 +7,7 @@
 
 namespace quillgate {
 
-// Characters of a stamp whose year has four digits, the two blanks at its end included.
+// Length of a stamp in characters, with the two blanks at its end, for a year of four digits.
 inline constexpr std::size_t kTimeStampLength = 25;
 
 // "2024-05-07 14:03:09.042  ".

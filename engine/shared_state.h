@@ -27,8 +27,8 @@ struct SharedState {
 // folder that cannot be created shows up later, when a file in it cannot be written.
 void prepareDataFolder(SharedState& state);
 
-// Start-up, second step: loads the rules from config.xml and saves them back at once, whatever the
-// load gave, so that the file always stands there in the program's own form.
+// Start-up, second step: loads the rules from config.xml and saves them back at once, also
+// after a load that failed, so that there always is a file in the program's own form.
 void loadRules(SharedState& state);
 
 }  // namespace quillgate

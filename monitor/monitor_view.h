@@ -15,7 +15,7 @@ namespace quillgate {
 // feed.
 inline constexpr std::size_t kViewLineFeeds = 500;
 
-// Cuts `text` to what stands after its 500th line feed from the end; a text with fewer stays whole.
+// Cuts `text` to the part after its 500th line feed from the end. A text with fewer stays whole.
 void trimViewText(std::wstring& text);
 
 class MonitorView {

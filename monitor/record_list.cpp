@@ -4,7 +4,7 @@
 
 namespace quillgate {
 
-static_assert(kMaxRecords % kTrimRecords == 0, "a trim unhooks exactly one block");
+static_assert(kMaxRecords % kTrimRecords == 0, "a trim removes exactly one block");
 
 RecordList::SharedBlock RecordList::append(SharedRecord record) {
   if (size_ == blocks_.size() * kTrimRecords) blocks_.push_back(std::make_shared<Block>());

@@ -1,8 +1,8 @@
-// A bounded list of records, oldest first, made of blocks of equal size, so that everything done
-// under the store's lock is short: appending fills a slot, trimming unhooks one block, and a
-// snapshot copies the few block handles instead of the records.
+// A bounded list of records, oldest first, in blocks of equal size. Everything done under the
+// store's lock is short: appending fills a slot, trimming removes one block, and a snapshot copies
+// the pointers to the blocks instead of the records.
 //
-// Not thread-safe by itself: the capture store's lock guards the list. A snapshot needs no lock.
+// Not thread-safe: the capture store's lock guards the list. A snapshot needs no lock.
 #pragma once
 
 #include <array>
@@ -24,7 +24,7 @@ class RecordList {
   using Block = std::array<SharedRecord, kTrimRecords>;
   using SharedBlock = std::shared_ptr<Block>;
 
-  // The records that stood in the list at one moment. Stays as it is whatever happens to the list.
+  // The records of the list at one moment. Later changes of the list do not change it.
   class Snapshot {
    public:
     [[nodiscard]] std::size_t size() const { return size_; }
@@ -43,8 +43,9 @@ class RecordList {
     return *(*blocks_[index / kTrimRecords])[index % kTrimRecords];
   }
 
-  // Adds the newest record. Where that makes too many, takes the oldest kTrimRecords out and
-  // returns them for the caller to destroy once the lock is released; otherwise returns null.
+  // Adds the newest record. If the list then has more than kMaxRecords, removes the oldest
+  // kTrimRecords and returns them, for the caller to destroy after releasing the lock. Otherwise
+  // returns null.
   [[nodiscard]] SharedBlock append(SharedRecord record);
 
   [[nodiscard]] Snapshot snapshot() const;

@@ -11,9 +11,9 @@ namespace {
 constexpr std::size_t kHexBytesPerLine = 32;
 constexpr std::wstring_view kLineBreak = L"\r\n";
 
-// Where the characters of a dump go, all of them ASCII. There is room for them, because it was
-// measured: an export has hundreds of millions, and looking at the capacity for each would cost
-// more than the rendering.
+// Outputs for the characters of a dump, which are all ASCII. The caller has made room for them:
+// an export has hundreds of millions, and checking the capacity for each would take longer than
+// rendering it.
 
 struct WideOutput {
   wchar_t* next;

@@ -36,7 +36,7 @@ void TrafficMonitor::capturePayload(std::uint32_t ruleIndex, std::wstring_view t
 }
 
 void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) {
-  // Destroyed when nobody waits any more: thousands of records die with a block.
+  // Destroyed after the lock is released: a block holds thousands of records.
   RecordList::SharedBlock trimmedOfAll;
   RecordList::SharedBlock trimmedOfRule;
 
@@ -48,7 +48,7 @@ void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) 
 void TrafficMonitor::notify() {
   if (!notifier_.recordsWatched()) return;
   if (refreshPending_.exchange(true)) return;
-  // News that could not be delivered must not silence all later news.
+  // A notice that was not delivered must not prevent all later ones.
   if (!notifier_.recordsWait()) refreshPending_.store(false);
 }
 
@@ -59,7 +59,7 @@ void TrafficMonitor::choose(std::int32_t filterValue) {
 }
 
 void TrafficMonitor::clearAll() {
-  decltype(lists_) cleared;  // destroyed when nobody waits any more
+  decltype(lists_) cleared;  // destroyed after the lock is released
   const std::lock_guard lock(lock_);
   std::swap(cleared, lists_);
 }

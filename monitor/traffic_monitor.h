@@ -68,7 +68,7 @@ class TrafficMonitor {
   // The records of one rule, for its index, or of all rules, for any other value.
   [[nodiscard]] RecordList::Snapshot snapshot(std::int32_t filterValue) const;
 
-  // The same, and the index of the first record that no earlier call for that list has handed out.
+  // The same, and the index of the first record that no earlier call for that list has returned.
   struct RecordsToShow {
     RecordList::Snapshot records;
     std::size_t firstNew = 0;

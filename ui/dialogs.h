@@ -13,8 +13,8 @@ struct FileFilter {
 
 struct FileDialog {
   std::array<FileFilter, 2> filters;  // the first one is selected
-  const wchar_t* fileName;            // what stands in the name field
-  const wchar_t* extension;           // is added to a name typed without one; null: none
+  const wchar_t* fileName;            // the proposed name
+  const wchar_t* extension;           // added to a name typed without one; null: none
 };
 
 inline constexpr FileFilter kXmlFiles{L"XML files (*.xml)", L"*.xml"};

@@ -10,7 +10,7 @@ namespace quillgate {
 // Most lines the log window shows.
 inline constexpr std::size_t kLogViewMaxLines = 500;
 
-// How a list of lines stands at one moment.
+// The scroll position of a list of lines.
 struct ListPosition {
   int count;         // lines in the list
   int topIndex;      // first visible line
@@ -18,11 +18,11 @@ struct ListPosition {
   int itemHeight;    // pixels of one line
 };
 
-// Whether the reader stands at the end of the list, within one line, so that it shall go on showing
-// the newest line. Asked before lines are added.
+// Whether the list is scrolled to its end, within one line, so that it keeps showing the newest
+// line. Asked before lines are added.
 [[nodiscard]] bool followsEnd(const ListPosition& position);
 
-// Those of new lines that can end up among the lines shown.
+// Those of the new lines that can be among the lines shown.
 [[nodiscard]] std::span<const std::wstring> newestOf(std::span<const std::wstring> lines);
 
 // How many of the oldest lines have to go from a list of `count`.

@@ -28,8 +28,8 @@ struct Circle {
   int diameter;
 };
 
-// The indicator's circle in a client area of this size, in pixels: centred with one pixel of air,
-// but never smaller than 2.
+// The indicator's circle in a client area of this size, in pixels: centred with a margin of one
+// pixel, but at least 2 in diameter.
 [[nodiscard]] constexpr Circle indicatorCircle(int width, int height) {
   const int room = (width < height ? width : height) - 2;
   const int diameter = room < 2 ? 2 : room;

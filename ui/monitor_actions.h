@@ -1,5 +1,5 @@
-// What the controls of the monitor window do, without a toolkit. UI thread. What an action returns
-// is the whole text that the view shows from then on; it stands until the next action or refresh.
+// What the controls of the monitor window do, without a toolkit. UI thread. An action returns the
+// whole text that the view is to show. The reference is valid until the next action or refresh.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ inline constexpr const wchar_t* kFormatNames[] = {L"ASCII", L"HEX"};
 }
 
 // A window has opened: switches capturing off, even when the last window left it on, and forgets a
-// notice that was on its way to that one.
+// notice that was posted to that one.
 [[nodiscard]] const std::wstring& openMonitor(SharedState& state, MonitorView& view);
 
 // The filter list's selection has changed to the entry with this value; kFilterOff when none is
@@ -31,7 +31,7 @@ inline constexpr const wchar_t* kFormatNames[] = {L"ASCII", L"HEX"};
 [[nodiscard]] const std::wstring& chooseFormat(SharedState& state, MonitorView& view,
                                                DumpFormat format);
 
-// "Clear": forgets all records and goes on capturing.
+// "Clear": forgets all records. Capturing stays as it was.
 [[nodiscard]] const std::wstring& clearMonitor(SharedState& state, MonitorView& view);
 
 // "Save TXT", after the dialog: writes the records that `filterValue` chooses, the filter list's
