@@ -9,7 +9,7 @@ namespace quillgate {
 
 void ForwardingServer::start() {
   if (running_.exchange(true)) return;
-  reports_.log.write(L"Starting server...");
+  sinks_.log.write(L"Starting server...");
 
   const RuleSet rules = rules_.snapshot();
   for (std::size_t i = 0; i < rules.size(); ++i) {
@@ -17,21 +17,21 @@ void ForwardingServer::start() {
     const auto worker = rules[i].proto == Protocol::tcp ? runTcpListener : runUdpRule;
     slots_[i].thread =
         platform::Thread(platform::kWorkerStackBytes,
-                         [worker, context = WorkerContext{running_, slots_[i].active, reports_},
+                         [worker, context = WorkerContext{running_, slots_[i].active, sinks_},
                           ruleIndex = static_cast<std::int32_t>(i), rule = rules[i]]() mutable {
                            worker(context, ruleIndex, std::move(rule));
                          });
   }
-  reports_.log.write(L"Server started.");
+  sinks_.log.write(L"Server started.");
 }
 
 void ForwardingServer::stop() {
   if (!running_.exchange(false)) return;
-  reports_.log.write(L"Stopping server...");
+  sinks_.log.write(L"Stopping server...");
   for (WorkerSlot& slot : slots_) {
     if (slot.thread.joinable()) slot.thread.join();
   }
-  reports_.log.write(L"Server stopped.");
+  sinks_.log.write(L"Server stopped.");
 }
 
 }  // namespace quillgate

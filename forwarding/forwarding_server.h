@@ -24,7 +24,7 @@ struct WorkerSlot {
 class ForwardingServer {
  public:
   ForwardingServer(const RuleTable& rules, EventLog& log, TrafficMonitor& monitor)
-      : rules_(rules), reports_{log, monitor} {}
+      : rules_(rules), sinks_{log, monitor} {}
   ForwardingServer(const ForwardingServer&) = delete;
   ForwardingServer& operator=(const ForwardingServer&) = delete;
 
@@ -44,7 +44,7 @@ class ForwardingServer {
 
  private:
   const RuleTable& rules_;
-  Reports reports_;
+  Sinks sinks_;
   std::atomic<bool> running_{false};
   std::array<WorkerSlot, kRuleCount> slots_;
 };

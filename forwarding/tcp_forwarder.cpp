@@ -26,15 +26,15 @@ Socket openListener(std::uint16_t localPort) {
   return listener;
 }
 
-void acceptClient(const Reports& reports, std::int32_t ruleIndex, const ForwardRule& rule,
+void acceptClient(const Sinks& sinks, std::int32_t ruleIndex, const ForwardRule& rule,
                   const Socket& listener) {
   SocketAddress peerAddress;
   Socket client = platform::acceptConnection(listener, peerAddress);
   if (!client.isOpen()) return;
   platform::Thread session(
-      platform::kWorkerStackBytes, [reports, ruleIndex, clientSocket = std::move(client),
-                                    peerAddress, ownRule = rule]() mutable {
-        runTcpSession(reports, ruleIndex, std::move(clientSocket), peerAddress, std::move(ownRule));
+      platform::kWorkerStackBytes,
+      [sinks, ruleIndex, clientSocket = std::move(client), peerAddress, ownRule = rule]() mutable {
+        runTcpSession(sinks, ruleIndex, std::move(clientSocket), peerAddress, std::move(ownRule));
       });
   session.detach();
 }
@@ -54,7 +54,7 @@ std::int32_t sendAll(const Socket& socket, std::span<const std::byte> data) {
 
 void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
                     ForwardRule rule) noexcept {
-  EventLog& log = context.reports.log;
+  EventLog& log = context.sinks.log;
   const std::wstring localPort = std::to_wstring(rule.localPort);
 
   context.active.store(true);
@@ -69,7 +69,7 @@ void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
     const auto waited = platform::waitReadable(listener, 300ms);
     if (!context.running.load()) break;
     if (waited == platform::WaitResult::readable) {
-      acceptClient(context.reports, ruleIndex, rule, listener);
+      acceptClient(context.sinks, ruleIndex, rule, listener);
     }
   }
   listener.close();
@@ -77,12 +77,12 @@ void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
   context.active.store(false);
 }
 
-void runTcpSession(Reports reports, std::int32_t ruleIndex, Socket clientSocket,
+void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
                    SocketAddress peerAddress, ForwardRule rule) noexcept {
   const auto monitorIndex = static_cast<std::uint32_t>(ruleIndex);
   const auto report = [&](const std::wstring& text) {
-    reports.log.write(text);
-    reports.monitor.captureEvent(monitorIndex, text);
+    sinks.log.write(text);
+    sinks.monitor.captureEvent(monitorIndex, text);
   };
   const std::wstring peerText = formatSocketAddress(peerAddress.view());
 
@@ -102,11 +102,11 @@ void runTcpSession(Reports reports, std::int32_t ruleIndex, Socket clientSocket,
 
   const std::wstring route = L"FROM " + peerText + L"  local " + std::to_wstring(rule.localPort) +
                              L" -> " + targetText(rule);
-  reports.log.write(L"[TCP] " + route);
-  reports.monitor.captureEvent(monitorIndex, L"[TCP] SESSION " + route);
+  sinks.log.write(L"[TCP] " + route);
+  sinks.monitor.captureEvent(monitorIndex, L"[TCP] SESSION " + route);
 
   const auto pump = [&](std::wstring_view directionText, const Socket& from, const Socket& to) {
-    relayAndCapture(reports.monitor, ruleIndex, peerText, directionText, from, to);
+    relayAndCapture(sinks.monitor, ruleIndex, peerText, directionText, from, to);
   };
   platform::Thread clientToTarget(platform::kWorkerStackBytes,
                                   [&] { pump(L"C->S", clientSocket, targetSocket); });

@@ -24,7 +24,7 @@ void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
                     ForwardRule rule) noexcept;
 
 // Serves one accepted client until both directions have ended.
-void runTcpSession(Reports reports, std::int32_t ruleIndex, platform::Socket clientSocket,
+void runTcpSession(Sinks sinks, std::int32_t ruleIndex, platform::Socket clientSocket,
                    platform::SocketAddress peerAddress, ForwardRule rule) noexcept;
 
 // Relays one direction, "C->S" or "S->C", until its sender closes or a socket fails. Returns the

@@ -49,13 +49,13 @@ class UdpRelay {
   void relay(std::span<const std::byte> datagram, const SocketAddress& sender) {
     if (platform::sameIpv4Endpoint(sender, target_)) {
       if (!client_) return;
-      context_.reports.monitor.capturePayload(ruleIndex_, L"[UDP] S->C  ", datagram);
+      context_.sinks.monitor.capturePayload(ruleIndex_, L"[UDP] S->C  ", datagram);
       platform::sendDatagram(socket_, datagram, *client_);
       return;
     }
     if (!client_ || !platform::sameIpv4Endpoint(sender, *client_)) reportNewClient(sender);
     client_ = sender;
-    context_.reports.monitor.capturePayload(ruleIndex_, L"[UDP] C->S  ", datagram);
+    context_.sinks.monitor.capturePayload(ruleIndex_, L"[UDP] C->S  ", datagram);
     platform::sendDatagram(socket_, datagram, target_);
   }
 
@@ -63,8 +63,8 @@ class UdpRelay {
     const std::wstring text = L"[UDP] New client FROM " + formatSocketAddress(sender.view()) +
                               L"  local " + std::to_wstring(rule_.localPort) + L" -> " +
                               targetText(rule_);
-    context_.reports.log.write(text);
-    context_.reports.monitor.captureEvent(ruleIndex_, text);
+    context_.sinks.log.write(text);
+    context_.sinks.monitor.captureEvent(ruleIndex_, text);
   }
 
   const WorkerContext& context_;
@@ -78,7 +78,7 @@ class UdpRelay {
 
 // Sets the socket up and relays; every exit closes the socket and has reported.
 void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRule& rule) {
-  EventLog& log = context.reports.log;
+  EventLog& log = context.sinks.log;
   const std::wstring localPort = std::to_wstring(rule.localPort);
 
   Socket socket = platform::openIpv4Socket(platform::Transport::udp);

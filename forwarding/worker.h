@@ -9,17 +9,18 @@
 
 namespace quillgate {
 
-// Where forwarding threads report: they never return an error to anybody.
-struct Reports {
+// Where forwarding threads write what happens. They return no errors: nobody waits for their
+// result.
+struct Sinks {
   EventLog& log;
   TrafficMonitor& monitor;
 };
 
 // A worker: the long-lived thread of one rule.
 struct WorkerContext {
-  const std::atomic<bool>& running;  // cleared when the worker shall end
-  std::atomic<bool>& active;         // set by the worker first and cleared by it last
-  Reports reports;
+  const std::atomic<bool>& running;  // the worker returns soon after this becomes false
+  std::atomic<bool>& active;         // the worker sets it first of all and clears it last of all
+  Sinks sinks;
 };
 
 }  // namespace quillgate
