@@ -18,7 +18,7 @@ static_assert(sizeof(SOCKET) == sizeof(NativeSocket) && INVALID_SOCKET == kInval
 static_assert(sizeof(sockaddr_storage) == kAddressStorageBytes);
 
 constexpr DWORD kPauseWithoutDescriptorsMs = 10;
-constexpr DWORD kMostAddressCharacters = 128;
+constexpr DWORD kMaxAddressCharacters = 128;
 
 enum class Blocking : u_long { on = 0, off = 1 };
 
@@ -205,8 +205,8 @@ bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept {
 std::optional<std::wstring> addressToText(std::span<const std::byte> address) {
   if (address.size() > kAddressStorageBytes) return std::nullopt;
   auto copy = nativeCopyOf<sockaddr_storage>(address);
-  wchar_t text[kMostAddressCharacters];
-  DWORD length = kMostAddressCharacters;
+  wchar_t text[kMaxAddressCharacters];
+  DWORD length = kMaxAddressCharacters;
   if (::WSAAddressToStringW(reinterpret_cast<sockaddr*>(&copy), static_cast<DWORD>(address.size()),
                             nullptr, text, &length) != 0) {
     return std::nullopt;
