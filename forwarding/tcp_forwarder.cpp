@@ -1,7 +1,6 @@
 #include "forwarding/tcp_forwarder.h"
 
 #include <array>
-#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,7 +11,6 @@
 namespace quillgate {
 namespace {
 
-using namespace std::chrono_literals;
 using platform::Socket;
 using platform::SocketAddress;
 
@@ -66,7 +64,7 @@ void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
   }
   log.write(L"[TCP] Listening on local port " + localPort + L" -> " + targetText(rule));
   while (context.running.load()) {
-    const auto waited = platform::waitReadable(listener, 300ms);
+    const auto waited = platform::waitReadable(listener, kRunningCheckInterval);
     if (!context.running.load()) break;
     if (waited == platform::WaitResult::readable) {
       acceptClient(context.sinks, ruleIndex, rule, listener);

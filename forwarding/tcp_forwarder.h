@@ -18,8 +18,8 @@ namespace quillgate {
 // Most bytes a pump takes at once.
 inline constexpr std::size_t kRelayBufferBytes = 8192;
 
-// Listens on the rule's local port until the running flag is cleared, which it notices within 0.3
-// s, and starts a session for each client. Sessions that are open then go on.
+// Listens on the rule's local port until the running flag is cleared, which it notices within
+// kRunningCheckInterval, and starts a session for each client. Sessions that are open then go on.
 void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
                     ForwardRule rule) noexcept;
 

@@ -1,7 +1,6 @@
 #include "forwarding/udp_forwarder.h"
 
 #include <array>
-#include <chrono>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,7 +11,6 @@
 namespace quillgate {
 namespace {
 
-using namespace std::chrono_literals;
 using platform::Socket;
 using platform::SocketAddress;
 
@@ -38,7 +36,7 @@ class UdpRelay {
       SocketAddress sender;
       const std::int32_t received = platform::receiveDatagram(socket_, buffer_, sender);
       if (received < 0) {
-        static_cast<void>(platform::waitReadable(socket_, 300ms));
+        static_cast<void>(platform::waitReadable(socket_, kRunningCheckInterval));
       } else if (received > 0) {
         relay(std::span(buffer_).first(static_cast<std::size_t>(received)), sender);
       }

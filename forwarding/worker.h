@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 
 #include "core/event_log.h"
 #include "monitor/traffic_monitor.h"
@@ -15,6 +16,10 @@ struct Sinks {
   EventLog& log;
   TrafficMonitor& monitor;
 };
+
+// How long a worker waits for its socket before it looks at the running flag again: what a stop
+// takes at most, beside work in progress.
+inline constexpr std::chrono::milliseconds kRunningCheckInterval{300};
 
 // A worker: the long-lived thread of one rule.
 struct WorkerContext {
