@@ -48,19 +48,14 @@ std::int32_t sendAll(const Socket& socket, std::span<const std::byte> data) {
   return sent;
 }
 
-}  // namespace
-
-void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
-                    ForwardRule rule) noexcept {
+// Opens the port and accepts its clients; every exit has closed the listener and reported.
+void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRule& rule) {
   EventLog& log = context.sinks.log;
   const std::wstring localPort = std::to_wstring(rule.localPort);
 
-  context.active.store(true);
   Socket listener = openListener(rule.localPort);
   if (!listener.isOpen()) {
-    log.write(L"[TCP] Failed to bind/listen on local port " + localPort);
-    context.active.store(false);
-    return;
+    return log.write(L"[TCP] Failed to bind/listen on local port " + localPort);
   }
   log.write(L"[TCP] Listening on local port " + localPort + L" -> " + targetText(rule));
   while (context.running.load()) {
@@ -72,6 +67,14 @@ void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
   }
   listener.close();
   log.write(L"[TCP] Stopped local port " + localPort);
+}
+
+}  // namespace
+
+void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
+                    ForwardRule rule) noexcept {
+  context.active.store(true);
+  serve(context, ruleIndex, rule);
   context.active.store(false);
 }
 
