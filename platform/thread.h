@@ -34,7 +34,8 @@ class Thread {
   [[nodiscard]] bool joinable() const noexcept { return native_ != 0; }
 
   // Blocks until the thread has ended. Throws std::system_error when there is nothing to join
-  // (invalid_argument) or a thread would wait for itself (resource_deadlock_would_occur).
+  // (invalid_argument), a thread would wait for itself (resource_deadlock_would_occur), or the
+  // system does not wait (the system's error); the Thread is then as joinable as before.
   void join();
 
   // Lets the thread run on by itself.

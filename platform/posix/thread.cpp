@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <exception>
 #include <system_error>
 
 namespace quillgate::platform {
@@ -47,16 +46,6 @@ class ThreadAttributes {
 
 }  // namespace
 
-Thread& Thread::operator=(Thread&& other) noexcept {
-  if (joinable()) std::terminate();
-  native_ = std::exchange(other.native_, std::uintptr_t{0});
-  return *this;
-}
-
-Thread::~Thread() {
-  if (joinable()) std::terminate();
-}
-
 void Thread::start(std::size_t stackBytes, std::unique_ptr<AnyBody> body) {
   const ThreadAttributes attributes(stackBytes);
   pthread_t thread;
@@ -72,7 +61,9 @@ void Thread::join() {
   if (::pthread_equal(native_, ::pthread_self()) != 0) {
     throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
   }
-  ::pthread_join(native_, nullptr);
+  if (const int error = ::pthread_join(native_, nullptr); error != 0) {
+    throw std::system_error(error, std::generic_category());
+  }
   native_ = 0;
 }
 

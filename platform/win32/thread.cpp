@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <climits>
-#include <exception>
 #include <system_error>
 
 namespace quillgate::platform {
@@ -19,16 +18,6 @@ unsigned __stdcall runThread(void* argument) noexcept {
 }
 
 }  // namespace
-
-Thread& Thread::operator=(Thread&& other) noexcept {
-  if (joinable()) std::terminate();
-  native_ = std::exchange(other.native_, std::uintptr_t{0});
-  return *this;
-}
-
-Thread::~Thread() {
-  if (joinable()) std::terminate();
-}
 
 void Thread::start(std::size_t stackBytes, std::unique_ptr<AnyBody> body) {
   if (stackBytes <= UINT_MAX) {
@@ -46,7 +35,9 @@ void Thread::join() {
   if (::GetThreadId(handleOf(native_)) == ::GetCurrentThreadId()) {
     throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
   }
-  ::WaitForSingleObject(handleOf(native_), INFINITE);
+  if (::WaitForSingleObject(handleOf(native_), INFINITE) != WAIT_OBJECT_0) {
+    throw std::system_error(static_cast<int>(::GetLastError()), std::system_category());
+  }
   detach();
 }
 

@@ -1,4 +1,5 @@
-// A system without a thread left: the one failure that the program answers with its end.
+// A system without a thread left, or one that does not wait for a thread: the failures that the
+// program answers with its end.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -59,6 +60,30 @@ TEST_F(ThreadFault, IsThrownByAStartThatHasAWorkerAndAStopEndsThatOne) {
   engine.state().server.stop();
   EXPECT_EQ(engine.messages().back(), L"Server stopped.");
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + std::to_wstring(port)), 1U);
+}
+
+TEST_F(ThreadFault, IsThrownByAJoinThatMayBeTriedAgain) {
+  platform::Thread thread(platform::kWorkerStackBytes, [] {});
+  startFaults(Fault{"pthread_join"});
+  std::error_code thrown;
+  try {
+    asProgram([&] { thread.join(); });
+  } catch (const std::system_error& error) {
+    thrown = error.code();
+  }
+  EXPECT_EQ(thrown, std::errc::resource_deadlock_would_occur);
+  EXPECT_TRUE(thread.joinable());
+  asProgram([&] { thread.join(); });
+  EXPECT_FALSE(thread.joinable());
+}
+
+TEST_F(ThreadFault, EndsTheProcessThatCannotWaitForAWorker) {
+  const auto stopWithoutAJoin = [&]() noexcept {
+    asProgram([&] { engine.state().server.start(); });
+    startFaults(Fault{"pthread_join"});
+    asProgram([&] { engine.state().server.stop(); });
+  };
+  EXPECT_EXIT(stopWithoutAJoin(), testing::KilledBySignal(SIGABRT), "terminate called");
 }
 
 TEST_F(ThreadFault, EndsTheProcessThatCannotServeAClient) {

@@ -60,6 +60,7 @@ decltype(::fcntl) __real_fcntl;
 decltype(::getaddrinfo) __real_getaddrinfo;
 decltype(::inet_ntop) __real_inet_ntop;
 decltype(::pthread_create) __real_pthread_create;
+decltype(::pthread_join) __real_pthread_join;
 
 int __wrap_socket(int family, int type, int protocol) {
   if (failsNow(withTransport("socket", type), EMFILE)) return -1;
@@ -157,6 +158,11 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
   const int error = __real_pthread_create(thread, attributes, &runThreadOfProgram, start.get());
   if (error == 0) static_cast<void>(start.release());  // the new thread owns it
   return error;
+}
+
+int __wrap_pthread_join(pthread_t thread, void** result) {
+  if (failsNow("pthread_join", 0)) return EDEADLK;
+  return __real_pthread_join(thread, result);
 }
 }
 // NOLINTEND(readability-identifier-naming)
