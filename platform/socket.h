@@ -119,7 +119,8 @@ std::int32_t sendDatagram(const Socket& socket, std::span<const std::byte> data,
                           const SocketAddress& target) noexcept;
 
 // The IPv4 address written in `text` as four decimal numbers with dots, with `port`; empty for any
-// other text, host names and leading zeros among them (platform/ipv4_text.h).
+// other text: host names, fewer numbers, blanks, hexadecimal, and leading zeros, which some
+// programs read as octal.
 [[nodiscard]] std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t port);
 
 // Whether two IPv4 addresses have the same address and the same port; the family is not compared.

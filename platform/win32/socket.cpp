@@ -187,12 +187,11 @@ std::int32_t sendDatagram(const Socket& socket, std::span<const std::byte> data,
 }
 
 std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t port) {
-  const auto host = ipv4BytesFrom(text);
-  if (!host) return std::nullopt;
+  if (!hasOnlyDigitsAndDots(text)) return std::nullopt;
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = ::htons(port);
-  std::memcpy(&address.sin_addr, host->data(), host->size());
+  if (::InetPtonW(AF_INET, text.c_str(), &address.sin_addr) != 1) return std::nullopt;
   return addressFrom(&address, sizeof(address));
 }
 
