@@ -83,10 +83,13 @@ enum class WaitResult { readable, timedOut, failed };
 [[nodiscard]] WaitResult waitReadable(const Socket& socket,
                                       std::chrono::microseconds timeout) noexcept;
 
+// How long a listener rests that has no descriptor for a connection, which goes on waiting.
+inline constexpr std::chrono::milliseconds kPauseWithoutDescriptors{10};
+
 // Accepts one connection that waits on `listener` and stores its address in `peer`. Never blocks:
 // a connection that has gone again since the wait gives a socket that is not open. When the process
-// has no descriptor left it pauses for 10 ms first, so that a loop around it does not spin. The
-// accepted socket blocks.
+// has no descriptor left it pauses for kPauseWithoutDescriptors first, so that a loop around it
+// does not spin. The accepted socket blocks.
 [[nodiscard]] Socket acceptConnection(const Socket& listener, SocketAddress& peer) noexcept;
 
 // Resolves a host name or a numeric address, IPv4 or IPv6, and a service, a decimal port, to the

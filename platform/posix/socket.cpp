@@ -10,11 +10,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <thread>
 
-#include "platform/ipv4_text.h"
+#include "platform/native_address.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/text.h"
 
@@ -22,8 +21,6 @@ namespace quillgate::platform {
 namespace {
 
 static_assert(sizeof(sockaddr_storage) == kAddressStorageBytes);
-
-constexpr std::chrono::milliseconds kPauseWithoutDescriptors{10};
 
 int descriptorOf(const Socket& socket) { return static_cast<int>(socket.native()); }
 
@@ -35,30 +32,6 @@ Socket openSocket(int family, int type, int protocol) {
 // What fits the 32-bit counts of the seam.
 std::size_t lengthOf(std::span<const std::byte> data) {
   return std::min(data.size(), static_cast<std::size_t>(INT32_MAX));
-}
-
-const sockaddr* nativeOf(const SocketAddress& address) {
-  return reinterpret_cast<const sockaddr*>(address.bytes.data());
-}
-
-sockaddr* nativeOf(SocketAddress& address) {
-  return reinterpret_cast<sockaddr*>(address.bytes.data());
-}
-
-template <typename Native>
-Native nativeCopyOf(std::span<const std::byte> address) {
-  Native native{};
-  // Not memcpy: an empty span may have no address.
-  std::ranges::copy(address.first(std::min(sizeof(native), address.size())),
-                    std::as_writable_bytes(std::span(&native, 1)).begin());
-  return native;
-}
-
-SocketAddress addressFrom(const void* native, std::size_t length) {
-  SocketAddress address;
-  std::memcpy(address.bytes.data(), native, length);
-  address.length = static_cast<std::int32_t>(length);
-  return address;
 }
 
 // A connect that a signal interrupted goes on in the background.
@@ -93,14 +66,6 @@ std::optional<std::wstring> ipv6ToText(const sockaddr_in6& address) {
 }
 
 }  // namespace
-
-Socket& Socket::operator=(Socket&& other) noexcept {
-  if (this != &other) {
-    close();
-    native_ = std::exchange(other.native_, kInvalidSocket);
-  }
-  return *this;
-}
 
 void Socket::close() noexcept {
   // Linux has released the descriptor even when close() reports EINTR.
@@ -225,12 +190,6 @@ std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t p
   address.sin_port = htons(port);
   if (::inet_pton(AF_INET, toBytes(text).c_str(), &address.sin_addr) != 1) return std::nullopt;
   return addressFrom(&address, sizeof(address));
-}
-
-bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept {
-  const auto left = nativeCopyOf<sockaddr_in>(a.bytes);
-  const auto right = nativeCopyOf<sockaddr_in>(b.bytes);
-  return left.sin_addr.s_addr == right.sin_addr.s_addr && left.sin_port == right.sin_port;
 }
 
 std::optional<std::wstring> addressToText(std::span<const std::byte> address) {

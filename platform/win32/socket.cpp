@@ -6,10 +6,9 @@
 #include <ws2tcpip.h>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
-#include "platform/ipv4_text.h"
+#include "platform/native_address.h"
 
 namespace quillgate::platform {
 namespace {
@@ -17,7 +16,6 @@ namespace {
 static_assert(sizeof(SOCKET) == sizeof(NativeSocket) && INVALID_SOCKET == kInvalidSocket);
 static_assert(sizeof(sockaddr_storage) == kAddressStorageBytes);
 
-constexpr DWORD kPauseWithoutDescriptorsMs = 10;
 constexpr DWORD kMaxAddressCharacters = 128;
 
 enum class Blocking : u_long { on = 0, off = 1 };
@@ -38,30 +36,6 @@ const char* charsOf(std::span<const std::byte> data) {
   return reinterpret_cast<const char*>(data.data());
 }
 
-const sockaddr* nativeOf(const SocketAddress& address) {
-  return reinterpret_cast<const sockaddr*>(address.bytes.data());
-}
-
-sockaddr* nativeOf(SocketAddress& address) {
-  return reinterpret_cast<sockaddr*>(address.bytes.data());
-}
-
-template <typename Native>
-Native nativeCopyOf(std::span<const std::byte> address) {
-  Native native{};
-  // Not memcpy: an empty span may have no address.
-  std::ranges::copy(address.first(std::min(sizeof(native), address.size())),
-                    std::as_writable_bytes(std::span(&native, 1)).begin());
-  return native;
-}
-
-SocketAddress addressFrom(const void* native, std::size_t length) {
-  SocketAddress address;
-  std::memcpy(address.bytes.data(), native, length);
-  address.length = static_cast<std::int32_t>(length);
-  return address;
-}
-
 bool waitWritable(const Socket& socket) {
   fd_set sockets{};
   FD_SET(socket.native(), &sockets);
@@ -69,14 +43,6 @@ bool waitWritable(const Socket& socket) {
 }
 
 }  // namespace
-
-Socket& Socket::operator=(Socket&& other) noexcept {
-  if (this != &other) {
-    close();
-    native_ = std::exchange(other.native_, kInvalidSocket);
-  }
-  return *this;
-}
 
 void Socket::close() noexcept {
   if (isOpen()) ::closesocket(std::exchange(native_, kInvalidSocket));
@@ -134,7 +100,9 @@ Socket acceptConnection(const Socket& listener, SocketAddress& peer) noexcept {
   Socket accepted(::accept(listener.native(), nativeOf(peer), &length));
   if (!accepted.isOpen()) {
     const int error = ::WSAGetLastError();
-    if (error == WSAEMFILE || error == WSAENOBUFS) ::Sleep(kPauseWithoutDescriptorsMs);
+    if (error == WSAEMFILE || error == WSAENOBUFS) {
+      ::Sleep(static_cast<DWORD>(kPauseWithoutDescriptors.count()));
+    }
     return accepted;
   }
   peer.length = length;
@@ -193,12 +161,6 @@ std::optional<SocketAddress> parseIpv4(const std::wstring& text, std::uint16_t p
   address.sin_port = ::htons(port);
   if (::InetPtonW(AF_INET, text.c_str(), &address.sin_addr) != 1) return std::nullopt;
   return addressFrom(&address, sizeof(address));
-}
-
-bool sameIpv4Endpoint(const SocketAddress& a, const SocketAddress& b) noexcept {
-  const auto left = nativeCopyOf<sockaddr_in>(a.bytes);
-  const auto right = nativeCopyOf<sockaddr_in>(b.bytes);
-  return left.sin_addr.s_addr == right.sin_addr.s_addr && left.sin_port == right.sin_port;
 }
 
 std::optional<std::wstring> addressToText(std::span<const std::byte> address) {
