@@ -4,8 +4,12 @@
 #include <sys/stat.h>
 #include <time.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <string_view>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <string>
 
 #include "platform/posix/text.h"
 
@@ -14,6 +18,9 @@ namespace {
 
 // Bases of the desktop's folders are created for the user alone.
 constexpr mode_t kFolderMode = 0700;
+
+// Of the memory areas that a process may have, what a thread takes: its stack and the guard page.
+constexpr rlim_t kMapsPerThread = 2;
 
 std::string environmentValue(const char* name) {
   // Nothing in this process changes the environment.
@@ -43,16 +50,61 @@ bool createFolderTree(std::string path) {
   return ::mkdir(path.c_str(), kFolderMode) == 0 || isFolder(path);
 }
 
+// The limit that a file of the system states; none where there is no such file or it says "max".
+rlim_t limitIn(const std::string& path) {
+  rlim_t limit = 0;
+  return std::ifstream(path) >> limit ? limit : RLIM_INFINITY;
+}
+
+// The least that the control group of this process, or one above it, allows its processes together.
+rlim_t threadsOfControlGroup() {
+  rlim_t least = RLIM_INFINITY;
+  std::ifstream groups("/proc/self/cgroup");
+  for (std::string line; std::getline(groups, line);) {
+    // "0::/the/group" where all controllers share one tree, "8:pids:/the/group" where each has one.
+    const auto controllers = line.find(':') + 1;
+    const auto path = line.find(':', controllers) + 1;
+    std::string root = "/sys/fs/cgroup";
+    if (line.substr(controllers, path - controllers) == "pids:") {
+      root += "/pids";
+    } else if (!line.starts_with("0::")) {
+      continue;
+    }
+    least = std::min(least, limitIn(root + "/pids.max"));
+    for (std::filesystem::path group = line.substr(path); group.has_relative_path();
+         group = group.parent_path()) {
+      least = std::min(least, limitIn(root + group.native() + "/pids.max"));
+    }
+  }
+  return least;
+}
+
+// How many threads this process could start if it were alone. The user's limit does not bind root.
+rlim_t threadsAllowed() {
+  rlimit ofUser{};
+  if (::getrlimit(RLIMIT_NPROC, &ofUser) != 0) ofUser.rlim_cur = RLIM_INFINITY;
+  return std::min({ofUser.rlim_cur, limitIn("/proc/sys/kernel/threads-max"),
+                   limitIn("/proc/sys/kernel/pid_max"), threadsOfControlGroup(),
+                   limitIn("/proc/sys/vm/max_map_count") / kMapsPerThread});
+}
+
+// A session never has more threads than sockets until it has closed them, and a moment later it has
+// none. So where descriptors are fewer than threads, they run out first, which makes listeners
+// pause; without a thread the process would end. Half of the threads are for sessions that are just
+// ending and for other programs.
+void setDescriptorLimit() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = std::min(limit.rlim_max, threadsAllowed() / 2);
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 
 const wchar_t kPathSeparator = L'/';
 
 bool startPlatform() noexcept {
-  rlimit limit{};
-  if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-    limit.rlim_cur = limit.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &limit);
-  }
+  setDescriptorLimit();
   return true;
 }
 

@@ -14,8 +14,10 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/file.h"
@@ -366,10 +368,33 @@ TEST(PosixFile, WritesNothingThroughALinkThatStandsWhereTheFileBesideBelongs) {
   EXPECT_FALSE(fs::is_symlink(test::pathOf(path)));
 }
 
-TEST(PosixSystem, RaisesTheLimitOfDescriptorsToTheMostThereIs) {
+// The descriptors that this process may have after another start, with a limit of `before`.
+rlim_t descriptorsAfterStart(rlim_t before) {
+  const Limit restored(RLIMIT_NOFILE, before);
+  EXPECT_TRUE(startPlatform());
   rlimit limit{};
-  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-  EXPECT_EQ(limit.rlim_cur, limit.rlim_max);
+  EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+  return limit.rlim_cur;
+}
+
+TEST(PosixSystem, RaisesALowLimitOfDescriptors) { EXPECT_GT(descriptorsAfterStart(64), 64U); }
+
+TEST(PosixSystem, AllowsNoMoreDescriptorsThanHalfOfTheThreadsOfItsUser) {
+  const Limit threads(RLIMIT_NPROC, 400);
+  EXPECT_EQ(descriptorsAfterStart(64), 200U);
+  EXPECT_EQ(descriptorsAfterStart(300), 200U);
+}
+
+TEST(PosixSystem, AllowsNoMoreDescriptorsThanHalfOfTheThreadsOfTheSystem) {
+  const rlim_t descriptors = descriptorsAfterStart(64);
+  for (const auto& [path, perThread] : {std::pair{"/proc/sys/kernel/threads-max", 1U},
+                                        {"/proc/sys/kernel/pid_max", 1U},
+                                        // A thread has a stack and a guard page.
+                                        {"/proc/sys/vm/max_map_count", 2U}}) {
+    rlim_t limit = 0;
+    ASSERT_TRUE(std::ifstream(path) >> limit);
+    EXPECT_LE(descriptors, limit / perThread / 2) << path;
+  }
 }
 
 TEST(PosixSystem, TakesTheDataFolderFromTheEnvironment) {
