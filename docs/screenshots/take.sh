@@ -3,7 +3,7 @@
 #
 # Builds the program, starts it on a virtual display with a data folder of its own, uses it with mouse
 # and keyboard, and sends traffic through two rules. Needs what ./test.sh installs, python3, curl,
-# and the ports 8080, 8000, 5353 and 5300 on this machine.
+# and the ports 8080, 8000, 8053 and 5300 on this machine.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
@@ -81,7 +81,7 @@ import socket
 client = socket.socket(type=socket.SOCK_DGRAM)
 client.settimeout(5)
 for text in ("which way to the harbour?", "\x00\x01\x02 and bytes"):
-    client.sendto(text.encode(), ("127.0.0.1", 5353))
+    client.sendto(text.encode(), ("127.0.0.1", 8053))
     client.recvfrom(65535)'
 }
 
@@ -93,7 +93,7 @@ writeRules() {
   cat >"$data/Quillgate/config.xml" <<'XML'
 <config><rules>
 <rule id="1"><enabled>1</enabled><proto>tcp</proto><localPort>8080</localPort><targetIp>127.0.0.1</targetIp><targetPort>8000</targetPort></rule>
-<rule id="2"><enabled>1</enabled><proto>udp</proto><localPort>5353</localPort><targetIp>127.0.0.1</targetIp><targetPort>5300</targetPort></rule>
+<rule id="2"><enabled>1</enabled><proto>udp</proto><localPort>8053</localPort><targetIp>127.0.0.1</targetIp><targetPort>5300</targetPort></rule>
 <rule id="3"><enabled>0</enabled><proto>tcp</proto><localPort>2222</localPort><targetIp>server.example</targetIp><targetPort>22</targetPort></rule>
 </rules></config>
 XML
