@@ -63,7 +63,12 @@ class Socket {
 // Opens a TCP socket of the address family (IPv4 or IPv6) that `target` has.
 [[nodiscard]] Socket openTcpSocketFor(const SocketAddress& target) noexcept;
 
-// Lets the local address be bound while an earlier connection of it is still closing. Best effort.
+// Sets the system's address-reuse option, so that the local address can be bound while an earlier
+// connection of it is still closing. It also lets sockets share a port. On Linux these are UDP
+// sockets that all have the option: the one bound last receives every datagram, unless another is
+// bound to the very address that it was sent to. On Windows it is, as documented, any port that no
+// socket holds with SO_EXCLUSIVEADDRUSE, for TCP, too, and who receives what is undefined. Best
+// effort.
 void allowAddressReuse(const Socket& socket) noexcept;
 
 // Asks for room for `bytes` bytes that have arrived and wait to be received, so that a burst finds

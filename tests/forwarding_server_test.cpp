@@ -20,13 +20,6 @@ using test::ruleFor;
 using test::TestEngine;
 using Lines = std::vector<std::wstring>;
 
-// A port of all local addresses that somebody listens on.
-platform::Socket takenPort() {
-  platform::Socket socket = platform::openIpv4Socket(Transport::tcp);
-  EXPECT_TRUE(platform::bindToAllIpv4(socket, 0) && platform::startListening(socket));
-  return socket;
-}
-
 class ForwardingServerTest : public testing::Test {
  protected:
   [[nodiscard]] bool active(std::size_t index) { return server.isWorkerActive(index); }
@@ -113,7 +106,7 @@ TEST_F(ForwardingServerTest, ForwardsAnUnknownProtocolAsUdp) {
 }
 
 TEST_F(ForwardingServerTest, CountsAsStartedWhenAWorkerCannotOpenItsPort) {
-  const platform::Socket taken = takenPort();
+  const platform::Socket taken = test::holdPort(Transport::tcp);
   const std::uint16_t port = test::localPort(taken);
   engine.setRule(ruleFor(Protocol::tcp, port, 9), 4);
   server.start();

@@ -110,8 +110,15 @@ TEST(PlatformSocket, DoesNotBindToAPortThatAnotherHolds) {
     ASSERT_TRUE(bindToAllIpv4(holder, 0));
     EXPECT_FALSE(bindToAllIpv4(openIpv4Socket(transport), localPort(holder)));
   }
-  const Socket listener = listenOnLoopback();
-  EXPECT_FALSE(bindToAllIpv4(openIpv4Socket(Transport::tcp), localPort(listener)));
+}
+
+TEST(PlatformSocket, DoesNotBindToAPortThatAnotherHoldsForItselfThoughAddressesMayBeReused) {
+  for (const Transport transport : {Transport::tcp, Transport::udp}) {
+    const Socket holder = test::holdPort(transport);
+    const Socket socket = openIpv4Socket(transport);
+    allowAddressReuse(socket);
+    EXPECT_FALSE(bindToAllIpv4(socket, localPort(holder)));
+  }
 }
 
 TEST(PlatformSocket, BindsAgainWhileAnEarlierConnectionIsStillClosing) {

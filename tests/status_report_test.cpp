@@ -13,13 +13,6 @@ namespace {
 using platform::Transport;
 using test::TestEngine;
 
-// A port of all local addresses that somebody listens on.
-platform::Socket takenPort() {
-  platform::Socket socket = platform::openIpv4Socket(Transport::tcp);
-  EXPECT_TRUE(platform::bindToAllIpv4(socket, 0) && platform::startListening(socket));
-  return socket;
-}
-
 class StatusReportTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -81,7 +74,7 @@ TEST_F(StatusReportTest, SaysWhichWorkersRun) {
 }
 
 TEST_F(StatusReportTest, ShowsAnEnabledRuleWhoseWorkerHasEnded) {
-  const platform::Socket taken = takenPort();
+  const platform::Socket taken = test::holdPort(Transport::tcp);
   const std::uint16_t port = test::localPort(taken);
   engine.setRule(test::ruleFor(Protocol::tcp, port, 80));
   engine.state().server.start();

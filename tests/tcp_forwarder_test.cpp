@@ -269,8 +269,7 @@ TEST_F(TcpForwarderTest, DeliversEverythingSentBeforeTheEnd) {
 
 TEST(TcpListener, SaysWhenItsPortCannotBeBound) {
   TestEngine engine;
-  const Socket taken = platform::openIpv4Socket(Transport::tcp);
-  ASSERT_TRUE(platform::bindToAllIpv4(taken, 0) && platform::startListening(taken));
+  const Socket taken = test::holdPort(Transport::tcp);
   const std::wstring port = std::to_wstring(test::localPort(taken));
   std::atomic<bool> running{true};
   std::atomic<bool> active{false};

@@ -286,10 +286,10 @@ class UdpWorkerTest : public testing::Test {
 };
 
 TEST_F(UdpWorkerTest, SaysWhenItsPortCannotBeBound) {
-  const Socket taken = platform::openIpv4Socket(Transport::udp);
-  ASSERT_TRUE(platform::bindToAllIpv4(taken, port));
-  run(ruleFor(Protocol::udp, port, 9));
-  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " + local});
+  const Socket taken = test::holdPort(Transport::udp);
+  run(ruleFor(Protocol::udp, test::localPort(taken), 9));
+  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " +
+                                     std::to_wstring(test::localPort(taken))});
   EXPECT_FALSE(active);
 }
 
@@ -311,10 +311,10 @@ TEST_F(UdpWorkerTest, TakesOnlyDottedAddressesForTargets) {
 }
 
 TEST_F(UdpWorkerTest, BindsItsPortBeforeItLooksAtItsTarget) {
-  const Socket taken = platform::openIpv4Socket(Transport::udp);
-  ASSERT_TRUE(platform::bindToAllIpv4(taken, port));
-  run(ruleFor(Protocol::udp, port, 9, L"localhost"));
-  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " + local});
+  const Socket taken = test::holdPort(Transport::udp);
+  run(ruleFor(Protocol::udp, test::localPort(taken), 9, L"localhost"));
+  EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " +
+                                     std::to_wstring(test::localPort(taken))});
 }
 
 TEST_F(UdpWorkerTest, ReportsItsStopEvenWhenItIsStoppedAtOnce) {

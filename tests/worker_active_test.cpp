@@ -54,8 +54,7 @@ TEST(WorkerActive, HasBegunWhenAPortCannotBeBound) {
   const std::vector<bool> failed{true};
   for (const auto& [worker, transport] :
        {std::pair{Worker{runTcpListener}, Transport::tcp}, {Worker{runUdpRule}, Transport::udp}}) {
-    const platform::Socket taken = platform::openIpv4Socket(transport);
-    ASSERT_TRUE(platform::bindToAllIpv4(taken, 0));
+    const platform::Socket taken = test::holdPort(transport);
     EXPECT_EQ(activeAtLines(worker, test::ruleFor(Protocol::tcp, test::localPort(taken), 9)),
               failed);
   }

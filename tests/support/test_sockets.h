@@ -19,6 +19,10 @@ namespace quillgate::test {
 // itself.
 [[nodiscard]] std::uint16_t freePort(platform::Transport transport);
 
+// A socket that has some port of all local IPv4 addresses for itself: no other can be bound to it,
+// whatever option that one sets.
+[[nodiscard]] platform::Socket holdPort(platform::Transport transport);
+
 // The port that the socket is bound to.
 [[nodiscard]] std::uint16_t localPort(const platform::Socket& socket);
 

@@ -24,6 +24,12 @@ std::uint16_t localPort(const Socket& socket) {
   return portOf(address);
 }
 
+Socket holdPort(platform::Transport transport) {
+  Socket socket = platform::openIpv4Socket(transport);
+  EXPECT_TRUE(platform::bindToAllIpv4(socket, 0));
+  return socket;
+}
+
 bool bindTo(const Socket& socket, const SocketAddress& address) {
   return ::bind(descriptorOf(socket), reinterpret_cast<const sockaddr*>(address.bytes.data()),
                 static_cast<socklen_t>(address.length)) == 0;

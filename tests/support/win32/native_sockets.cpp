@@ -18,6 +18,17 @@ std::uint16_t localPort(const Socket& socket) {
   return portOf(address);
 }
 
+Socket holdPort(platform::Transport transport) {
+  Socket socket = platform::openIpv4Socket(transport);
+  // Without it, a socket that allows address reuse could be bound to the port, too.
+  const int on = 1;
+  EXPECT_EQ(::setsockopt(socket.native(), SOL_SOCKET, SO_EXCLUSIVEADDRUSE,
+                         reinterpret_cast<const char*>(&on), sizeof(on)),
+            0);
+  EXPECT_TRUE(platform::bindToAllIpv4(socket, 0));
+  return socket;
+}
+
 bool bindTo(const Socket& socket, const SocketAddress& address) {
   return ::bind(socket.native(), reinterpret_cast<const sockaddr*>(address.bytes.data()),
                 address.length) == 0;
