@@ -1,6 +1,6 @@
 // System calls of the program that fail on purpose. The program of these tests is linked so that
-// what platform/posix asks of the system and of the XML library goes through wrappers
-// (wrapped_*.cpp) that ask this layer first.
+// what platform/posix asks of the system and of the XML library by itself, not through the C++
+// library, goes through wrappers (wrapped_*.cpp) that ask this layer first.
 //
 // Only calls of the program count and fail: those of the threads it has started, and those inside
 // asProgram() on the thread of the test. Any thread may call anything here.
