@@ -378,9 +378,12 @@ TEST_F(TcpSessionTest, TriesOnlyTheFirstAddressOfAName) {
 }
 
 TEST_F(TcpSessionTest, ReachesATargetByName) {
-  const Socket target = platform::openIpv4Socket(Transport::tcp);
-  ASSERT_TRUE(test::bindTo(target, test::loopback(0)) && platform::startListening(target));
-  const ForwardRule rule = ruleFor(Protocol::tcp, 8080, test::localPort(target), L"127.0.0.1");
+  // Which of the name's addresses comes first, an IPv4 or an IPv6 one, is the system's choice.
+  const auto first = platform::resolveFirst(L"localhost", L"0");
+  ASSERT_TRUE(first);
+  const Socket target = platform::openTcpSocketFor(*first);
+  ASSERT_TRUE(test::bindTo(target, *first) && platform::startListening(target));
+  const ForwardRule rule = ruleFor(Protocol::tcp, 8080, test::localPort(target), L"localhost");
   std::thread session([&] { run(rule, peer); });
   Socket server = acceptFrom(target);
   EXPECT_TRUE(sendAll(server, "hello"));
@@ -388,6 +391,8 @@ TEST_F(TcpSessionTest, ReachesATargetByName) {
   server.close();
   pair.client.close();
   session.join();
+  EXPECT_EQ(engine.messages().at(0), L"[TCP] FROM 127.0.0.1:40000  local 8080 -> localhost:" +
+                                         std::to_wstring(rule.targetPort));
 }
 
 TEST(RelayAndCapture, CapturesAChunkEvenIfItCannotBeSent) {
