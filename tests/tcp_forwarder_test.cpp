@@ -355,28 +355,6 @@ TEST_F(TcpSessionTest, ShowsThatAddressInEveryTextOfASession) {
                                             L"[TCP] Session closed FROM ? (local 8080)"}));
 }
 
-TEST_F(TcpSessionTest, TriesOnlyTheFirstAddressOfAName) {
-  // Which family comes first is the system's choice; the target listens on the other one as well as
-  // it can: a name whose first address is IPv6 is refused, though its IPv4 address would answer.
-  const auto first = platform::resolveFirst(L"localhost", L"80");
-  ASSERT_TRUE(first);
-  const bool ipv4First = formatSocketAddress(first->view()) == L"127.0.0.1:80";
-  const Socket target = test::listenOnLoopback();
-  const ForwardRule rule = ruleFor(Protocol::tcp, 8080, test::localPort(target), L"localhost");
-  const std::wstring address = L"localhost:" + std::to_wstring(rule.targetPort);
-  std::thread session([&] { run(rule, peer); });
-  if (ipv4First) {
-    Socket server = acceptFrom(target);
-    EXPECT_TRUE(server.isOpen());
-    server.close();
-    pair.client.close();
-  }
-  session.join();
-  EXPECT_EQ(engine.messages().at(0),
-            ipv4First ? L"[TCP] FROM 127.0.0.1:40000  local 8080 -> " + address
-                      : L"[TCP] FROM 127.0.0.1:40000  Connect failed to " + address);
-}
-
 TEST_F(TcpSessionTest, ReachesATargetByName) {
   // Which of the name's addresses comes first, an IPv4 or an IPv6 one, is the system's choice.
   const auto first = platform::resolveFirst(L"localhost", L"0");

@@ -16,6 +16,7 @@ struct Layer {
   std::mutex mutex;
   std::optional<Fault> fault;
   Weather weather = Weather::fair;
+  std::vector<std::string> addresses;
   std::map<std::string, int> calls;
   FaultHits hits;
   int disturbed = 0;
@@ -85,9 +86,15 @@ void startFaults(const std::optional<Fault>& fault, Weather weather) {
   const std::lock_guard lock(layer().mutex);
   layer().fault = fault;
   layer().weather = weather;
+  layer().addresses.clear();
   layer().calls.clear();
   layer().hits = {};
   layer().disturbed = 0;
+}
+
+void nameAddresses(std::vector<std::string> addresses) {
+  const std::lock_guard lock(layer().mutex);
+  layer().addresses = std::move(addresses);
 }
 
 std::map<std::string, int> callCounts() {
@@ -156,6 +163,12 @@ bool isInterruptedNow() {
   noteDisturbance();
   errno = EINTR;
   return true;
+}
+
+std::vector<std::string> namedAddresses() {
+  if (!isProgram()) return {};
+  const std::lock_guard lock(layer().mutex);
+  return layer().addresses;
 }
 
 std::size_t bytesToMove(std::size_t size) {

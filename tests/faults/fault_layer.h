@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace quillgate::test {
 
@@ -48,6 +49,10 @@ class FaultHits {
   std::map<std::pair<std::string, std::string>, int> counts_;
 };
 
+// Gives every name that the program asks for these numeric addresses, in this order, until the next
+// startFaults(). Given none, names have the addresses that the system knows.
+void nameAddresses(std::vector<std::string> addresses);
+
 // Since startFaults().
 [[nodiscard]] FaultHits faultHits();
 // How many calls the weather has interrupted or cut since then.
@@ -79,5 +84,7 @@ auto asProgram(Action action) {
 [[nodiscard]] bool isInterruptedNow();
 // How many of `size` bytes a call moves.
 [[nodiscard]] std::size_t bytesToMove(std::size_t size);
+// What nameAddresses() was given, for a call of the program.
+[[nodiscard]] std::vector<std::string> namedAddresses();
 
 }  // namespace quillgate::test

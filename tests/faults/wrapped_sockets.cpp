@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstdarg>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "tests/faults/fault_layer.h"
 
@@ -17,6 +19,7 @@ using quillgate::test::bytesToMove;
 using quillgate::test::failsNow;
 using quillgate::test::isInterruptedNow;
 using quillgate::test::isProgram;
+using quillgate::test::namedAddresses;
 using quillgate::test::ProgramScope;
 
 namespace {
@@ -142,7 +145,14 @@ int __wrap_fcntl(int descriptor, int command, ...) {
 int __wrap_getaddrinfo(const char* node, const char* service, const addrinfo* hints,
                        addrinfo** found) {
   if (failsNow("getaddrinfo", 0)) return EAI_AGAIN;
-  return __real_getaddrinfo(node, service, hints, found);
+  const std::vector<std::string> addresses = namedAddresses();
+  if (addresses.empty()) return __real_getaddrinfo(node, service, hints, found);
+  *found = nullptr;
+  for (const std::string& address : addresses) {
+    if (__real_getaddrinfo(address.c_str(), service, hints, found) != 0) return EAI_NONAME;
+    found = &(*found)->ai_next;
+  }
+  return 0;
 }
 
 const char* __wrap_inet_ntop(int family, const void* address, char* text, socklen_t size) {
