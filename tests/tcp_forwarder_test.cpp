@@ -75,13 +75,22 @@ TEST_F(TcpForwarderTest, RelaysBothDirectionsOfAClient) {
 
 TEST_F(TcpForwarderTest, LogsASessionFromItsStartToItsEnd) {
   Session session = open();
+  Lines expected{L"Starting server...", L"Server started.",
+                 L"[TCP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort,
+                 L"[TCP] FROM " + session.peer + route};
+  // The server and its worker write their lines side by side.
+  const Lines& messages = engine.messages();
+  if (messages.at(1) != expected[1]) std::swap(expected[1], expected[2]);
+  EXPECT_EQ(messages, expected);
+
   session.client.close();
-  EXPECT_EQ(engine.countOf(closedText(session)), 0U);
+  EXPECT_TRUE(test::staysQuiet(session.server));  // the session goes on with the other direction
+  EXPECT_EQ(engine.messages(), expected);
+
   session.server.close();
   EXPECT_TRUE(engine.waitFor(closedText(session)));
-  EXPECT_EQ(engine.messages(),
-            (Lines{engine.messages().at(0), engine.messages().at(1), engine.messages().at(2),
-                   L"[TCP] FROM " + session.peer + route, closedText(session)}));
+  expected.push_back(closedText(session));
+  EXPECT_EQ(engine.messages(), expected);
 }
 
 TEST_F(TcpForwarderTest, CapturesASessionFromItsStartToItsEnd) {
