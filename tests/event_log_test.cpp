@@ -22,6 +22,7 @@ using test::contentOf;
 using test::FakeNotifier;
 using test::TempFolder;
 using test::writeFile;
+using Lines = std::vector<std::wstring>;
 
 std::string utf16le(std::wstring_view text) {
   std::vector<std::byte> bytes;
@@ -235,15 +236,17 @@ TEST_F(EventLogTest, KeepsTheOrderOfTheListInTheFileWhateverTheThreads) {
 }
 
 TEST_F(EventLogTest, LosesNoLineBetweenReadersAndWriters) {
-  std::thread writer([this] { writeNumbered(1, 3000); });
-  std::vector<std::wstring> seen = openedView(log, 10000);
-  while (seen.size() < 3000) {
-    for (auto& line : log.takeNewLines()) seen.push_back(std::move(line));
-  }
+  constexpr int kLines = 3000;
+  std::thread writer([this] { writeNumbered(1, kLines); });
+  Lines seen = messagesOf(openedView(log, 10000));
+  EXPECT_TRUE(test::eventually([&] {
+    for (const auto& message : messagesOf(log.takeNewLines())) seen.push_back(message);
+    return seen.size() >= kLines;
+  }));
   writer.join();
-  for (int i = 0; i < 3000; ++i) {
-    EXPECT_EQ(messageOf(seen[static_cast<std::size_t>(i)]), std::to_wstring(i + 1));
-  }
+  Lines written;
+  for (int i = 1; i <= kLines; ++i) written.push_back(std::to_wstring(i));
+  EXPECT_EQ(seen, written);
 }
 
 }  // namespace
