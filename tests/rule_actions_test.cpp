@@ -18,7 +18,10 @@ class FakeViews final : public RuleViews, public MonitorControls {
  public:
   explicit FakeViews(test::TestEngine& engine) : engine_(engine) {}
 
-  void fillRuleGrid() override { note(L"grid"); }
+  void fillRuleGrid() override {
+    note(L"grid");
+    rulesAtGrid = engine_.state().rules.snapshot();
+  }
   void refreshStatusPanel() override { note(L"status"); }
   MonitorControls* monitorControls() override { return monitorOpen ? this : nullptr; }
 
@@ -38,6 +41,7 @@ class FakeViews final : public RuleViews, public MonitorControls {
   std::vector<FilterEntry> entries;
   std::int32_t selection = kFilterOff;
   std::optional<std::int32_t> filterAtRebuild;
+  std::optional<RuleSet> rulesAtGrid;
   std::vector<std::wstring> calls;
 
  private:
@@ -186,6 +190,13 @@ TEST_F(RuleActions, ImportingAppliesTheRulesOfAFile) {
   EXPECT_THAT(views.calls,
               ElementsAre(L"grid after Loaded XML successfully: " + path,
                           L"status after Imported config and restarted server sockets."));
+}
+
+TEST_F(RuleActions, ImportingFillsTheEditorFromTheNewRules) {
+  const std::wstring path = folder.file(L"import.xml");
+  saveConfig(state.log, rules, path);
+  EXPECT_TRUE(importRules(state, path, views));
+  EXPECT_EQ(views.rulesAtGrid, rules);
 }
 
 TEST_F(RuleActions, ImportingRestartsARunningServer) {
