@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <random>
 #include <string>
 #include <thread>
@@ -17,6 +19,7 @@
 namespace quillgate {
 namespace {
 
+using namespace std::chrono_literals;
 using platform::Socket;
 using platform::Transport;
 using test::acceptFrom;
@@ -302,6 +305,33 @@ TEST(TcpListener, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
   EXPECT_EQ(engine.messages(),
             (Lines{L"[TCP] Listening on local port " + local + L" -> host.example:9",
                    L"[TCP] Stopped local port " + local}));
+}
+
+TEST(TcpListener, TakesNoClientThatComesAfterTheStop) {
+  // The stop has to come while the listener waits: it does so nearly always, so a few rounds do.
+  for (int round = 0; round < 5 && !testing::Test::HasFailure(); ++round) {
+    TestEngine engine;
+    const Socket target = test::listenOnLoopback();
+    const std::uint16_t port = test::freePort(Transport::tcp);
+    std::atomic<bool> running{true};
+    std::atomic<bool> active{false};
+    std::thread listener([&] {
+      runTcpListener({running, active, {engine.state().log, engine.state().monitor}}, 0,
+                     ruleFor(Protocol::tcp, port, test::localPort(target)));
+    });
+    EXPECT_NE(engine.waitForPrefix(L"[TCP] Listening on local port "), L"");
+    running = false;
+    const Socket client = connectToLoopback(port);  // not open where the listener has gone already
+    listener.join();
+
+    // A client that still queues ends with the listener; one that was taken reaches the target.
+    EXPECT_TRUE(test::eventually([&] {
+      return !client.isOpen() || !test::staysQuiet(client, 1ms) || !test::staysQuiet(target, 1ms);
+    }));
+    EXPECT_TRUE(test::staysQuiet(target, 0ms));
+    EXPECT_EQ(engine.messages().back(), L"[TCP] Stopped local port " + std::to_wstring(port));
+    EXPECT_EQ(engine.messages().size(), 2U);
+  }
 }
 
 // One session without a listener: its client's end, and what was reported.
