@@ -45,11 +45,11 @@ class SlowPeer : public testing::Test {
   }
 
   void waitUntilStuck() {
-    std::size_t before = 0;
-    while (before != taken || before == 0) {
-      before = taken;
+    ASSERT_TRUE(eventually([&] {
+      const std::size_t before = taken;
       std::this_thread::sleep_for(200ms);
-    }
+      return before != 0 && before == taken;
+    }));
     ASSERT_LT(taken, sent.size());
   }
 

@@ -78,6 +78,7 @@ ConnectedPair connectedPair() {
 Socket udpOnLoopback() { return openOnLoopback(Transport::udp); }
 
 bool sendAll(const Socket& socket, std::string_view text) {
+  limitSends(socket);
   auto rest = std::as_bytes(std::span(text));
   while (!rest.empty()) {
     const auto count = platform::send(socket, rest);

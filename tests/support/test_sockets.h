@@ -42,6 +42,9 @@ struct ConnectedPair {
 // Ends the sending direction: the peer reads all that was sent and then the end.
 void closeSendingSide(const platform::Socket& socket);
 
+// Lets the sends of a socket fail that block until the deadline.
+void limitSends(const platform::Socket& socket);
+
 // Closes the connection so that the peer sees an error instead of an end.
 void resetConnection(platform::Socket socket);
 
@@ -51,7 +54,7 @@ void resetConnection(platform::Socket socket);
 // Binds to any address of this machine; port 0 lets the system pick one.
 [[nodiscard]] bool bindTo(const platform::Socket& socket, const platform::SocketAddress& address);
 
-// Sends all of `text`; false after an error.
+// Sends all of `text`; false after an error, or when the peer takes no more of it.
 [[nodiscard]] bool sendAll(const platform::Socket& socket, std::string_view text);
 
 // Receives `size` bytes, or less when the peer ends, resets or is late.

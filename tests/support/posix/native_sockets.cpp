@@ -1,7 +1,9 @@
 // The part of tests/support/test_sockets.h that needs the system's own calls.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 
+#include "tests/support/deadline.h"
 #include "tests/support/test_sockets.h"
 
 namespace quillgate::test {
@@ -37,6 +39,11 @@ bool bindTo(const Socket& socket, const SocketAddress& address) {
 
 void closeSendingSide(const Socket& socket) {
   EXPECT_EQ(::shutdown(descriptorOf(socket), SHUT_WR), 0);
+}
+
+void limitSends(const Socket& socket) {
+  const timeval time{.tv_sec = kDeadline.count(), .tv_usec = 0};
+  ::setsockopt(descriptorOf(socket), SOL_SOCKET, SO_SNDTIMEO, &time, sizeof(time));
 }
 
 void resetConnection(Socket socket) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <winsock2.h>
 
+#include "tests/support/deadline.h"
 #include "tests/support/test_sockets.h"
 
 namespace quillgate::test {
@@ -35,6 +36,12 @@ bool bindTo(const Socket& socket, const SocketAddress& address) {
 }
 
 void closeSendingSide(const Socket& socket) { EXPECT_EQ(::shutdown(socket.native(), SD_SEND), 0); }
+
+void limitSends(const Socket& socket) {
+  const auto time = static_cast<DWORD>(std::chrono::milliseconds(kDeadline).count());
+  ::setsockopt(socket.native(), SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char*>(&time),
+               sizeof(time));
+}
 
 void resetConnection(Socket socket) {
   const linger atOnce{.l_onoff = 1, .l_linger = 0};
