@@ -6,7 +6,9 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <random>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <utility>
@@ -307,6 +309,25 @@ TEST(TcpListener, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
                    L"[TCP] Stopped local port " + local}));
 }
 
+TEST(TcpListener, IsActiveWheneverItSaysSomething) {
+  TestEngine engine;
+  std::atomic<bool> running{false};
+  std::atomic<bool> active{false};
+  std::vector<bool> activeAtLines;
+  engine.notifier().onLine = [&] { activeAtLines.push_back(active); };
+  const auto run = [&](std::uint16_t port) {
+    runTcpListener({running, active, {engine.state().log, engine.state().monitor}}, 0,
+                   ruleFor(Protocol::tcp, port, 9));
+    EXPECT_FALSE(active);
+  };
+  run(test::freePort(Transport::tcp));
+  EXPECT_EQ(activeAtLines, (std::vector{true, true}));  // listening, stopped
+  const Socket taken = platform::openIpv4Socket(Transport::tcp);
+  ASSERT_TRUE(platform::bindToAllIpv4(taken, 0) && platform::startListening(taken));
+  run(test::localPort(taken));
+  EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));
+}
+
 TEST(TcpListener, TakesNoClientThatComesAfterTheStop) {
   // The stop has to come while the listener waits: it does so nearly always, so a few rounds do.
   for (int round = 0; round < 5 && !testing::Test::HasFailure(); ++round) {
@@ -392,6 +413,28 @@ TEST_F(TcpSessionTest, ShowsThatAddressInEveryTextOfASession) {
             (Lines{L"[TCP] " + route, L"[TCP] Session closed FROM ? (local 8080)"}));
   EXPECT_EQ(engine.capturedTexts(2), (Lines{L"[TCP] SESSION " + route, L"[TCP] C->S FROM ?  ",
                                             L"[TCP] Session closed FROM ? (local 8080)"}));
+}
+
+TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItSaysSo) {
+  const Socket target = test::listenOnLoopback();
+  Socket server;
+  std::binary_semaphore peersHaveEnded{0};
+  std::optional<StreamEnd> clientSees;
+  std::optional<StreamEnd> serverSees;
+  engine.notifier().onLine = [&] {
+    const bool isLast = engine.notifier().lineNotices == 2;
+    if (!isLast || !peersHaveEnded.try_acquire_for(test::kDeadline)) return;
+    clientSees = test::receiveUntilEnd(pair.client);
+    serverSees = test::receiveUntilEnd(server);
+  };
+  std::thread session([&] { run(ruleFor(Protocol::tcp, 8080, test::localPort(target)), peer); });
+  server = acceptFrom(target);
+  test::closeSendingSide(pair.client);
+  test::closeSendingSide(server);
+  peersHaveEnded.release();
+  session.join();
+  EXPECT_EQ(clientSees, StreamEnd::orderly);
+  EXPECT_EQ(serverSees, StreamEnd::orderly);
 }
 
 TEST_F(TcpSessionTest, ReachesATargetByName) {

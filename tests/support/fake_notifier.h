@@ -1,7 +1,9 @@
-// The user interface as the stores see it: it counts what it is told.
+// The user interface as the stores see it: it counts what it is told, and a test can look around
+// while a line is written.
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 #include "core/ui_notifier.h"
 
@@ -14,7 +16,13 @@ class FakeNotifier final : public UiNotifier {
   std::atomic<bool> watched{false};  // whether a monitor window is open
   std::atomic<bool> delivers{true};  // whether a record notice reaches it
 
-  void linesWait() noexcept override { ++lineNotices; }
+  // Called for each line, on the thread that writes it. Set before that thread starts.
+  std::function<void()> onLine = [] {};
+
+  void linesWait() noexcept override {
+    ++lineNotices;
+    onLine();
+  }
   [[nodiscard]] bool recordsWatched() const noexcept override { return watched; }
   [[nodiscard]] bool recordsWait() noexcept override {
     ++recordNotices;
