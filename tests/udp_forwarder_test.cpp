@@ -46,18 +46,19 @@ class UdpForwarderTest : public testing::Test {
         engine.waitFor(L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort));
   }
 
+  [[nodiscard]] std::wstring newClientText(std::uint16_t senderPort) const {
+    return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(senderPort) + L"  local " + local +
+           L" -> 127.0.0.1:" + targetPort;
+  }
   [[nodiscard]] std::wstring newClientText(const Socket& sender) const {
-    return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(test::localPort(sender)) +
-           L"  local " + local + L" -> 127.0.0.1:" + targetPort;
+    return newClientText(test::localPort(sender));
   }
 
-  // What was logged about clients, in its order.
-  [[nodiscard]] Lines clientMessages() {
-    Lines found;
-    for (const std::wstring& message : engine.messages()) {
-      if (message.starts_with(L"[UDP] New client")) found.push_back(message);
-    }
-    return found;
+  // What was logged since the start of the server, in its order.
+  [[nodiscard]] Lines messagesSinceStart() {
+    Lines messages = engine.messages();
+    messages.erase(messages.begin(), messages.begin() + 3);
+    return messages;
   }
 
   // Sends from a client, or from the target, and expects that the other one receives it from the
@@ -88,7 +89,7 @@ TEST_F(UdpForwarderTest, RelaysBothWaysThroughItsLocalPort) {
 TEST_F(UdpForwarderTest, CapturesTheClientAndEveryDatagram) {
   expectRelayed(client, target, "question");
   expectRelayed(target, client, "answer");
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
   EXPECT_EQ(engine.capturedTexts(kIndex),
             (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] S->C  "}));
   EXPECT_EQ(engine.capturedTexts(), engine.capturedTexts(kIndex));
@@ -102,7 +103,7 @@ TEST_F(UdpForwarderTest, RelaysWithoutCapturingWhileCapturingIsOff) {
   engine.state().monitor.choose(kFilterOff);
   expectRelayed(client, target, "question");
   expectRelayed(target, client, "answer");
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
   EXPECT_EQ(engine.capturedTexts(), Lines());
 }
 
@@ -112,7 +113,7 @@ TEST_F(UdpForwarderTest, DropsAReplyBeforeAnyClientWithoutCapturingIt) {
   expectRelayed(target, client, "answer");
   EXPECT_EQ(engine.capturedTexts(),
             (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] S->C  "}));
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
 }
 
 TEST_F(UdpForwarderTest, LetsClientsTakeTurnsAndAnswersTheLastOne) {
@@ -125,7 +126,7 @@ TEST_F(UdpForwarderTest, LetsClientsTakeTurnsAndAnswersTheLastOne) {
   expectRelayed(client, target, "first again");
   expectRelayed(target, client, "to the first");
 
-  EXPECT_EQ(clientMessages(), newClients);
+  EXPECT_EQ(messagesSinceStart(), newClients);
   EXPECT_EQ(engine.capturedTexts(),
             (Lines{newClients[0], L"[UDP] C->S  ", newClients[1], L"[UDP] C->S  ", L"[UDP] S->C  ",
                    newClients[2], L"[UDP] C->S  ", L"[UDP] S->C  "}));
@@ -137,7 +138,7 @@ TEST_F(UdpForwarderTest, ReportsAClientThatSendsTwiceOnce) {
   expectRelayed(client, target, "second");
   expectRelayed(target, client, "answer");
   expectRelayed(client, target, "third");
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
   EXPECT_EQ(engine.capturedTexts(), (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] C->S  ",
                                            L"[UDP] S->C  ", L"[UDP] C->S  "}));
 }
@@ -146,7 +147,7 @@ TEST_F(UdpForwarderTest, TakesAnotherPortOfTheTargetsAddressForAClient) {
   const Socket sameAddress = test::udpOnLoopback();
   expectRelayed(client, target, "question");
   expectRelayed(sameAddress, target, "not a reply");
-  EXPECT_EQ(clientMessages(), (Lines{newClientText(client), newClientText(sameAddress)}));
+  EXPECT_EQ(messagesSinceStart(), (Lines{newClientText(client), newClientText(sameAddress)}));
 }
 
 TEST_F(UdpForwarderTest, RelaysTheLargestDatagramWholeAndCapturesItsStart) {
@@ -174,7 +175,7 @@ TEST_F(UdpForwarderTest, IgnoresEmptyDatagrams) {
   ASSERT_TRUE(sendDatagramTo(other, port, ""));  // does not take the client's place
   ASSERT_TRUE(sendDatagramTo(target, port, ""));
   expectRelayed(target, client, "answer");
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
   EXPECT_EQ(engine.capturedTexts(),
             (Lines{newClientText(client), L"[UDP] C->S  ", L"[UDP] S->C  "}));
   EXPECT_TRUE(test::staysQuiet(other));
@@ -199,17 +200,18 @@ TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterATargetThatRefused) {
   ASSERT_TRUE(test::bindTo(target, test::loopback(samePort)));
   expectRelayed(client, target, "question");
   expectRelayed(target, client, "answer");
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
 }
 
 TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterAClientThatHasGone) {
-  {
-    const Socket gone = test::udpOnLoopback();
-    expectRelayed(gone, target, "question");
-  }
+  Socket gone = test::udpOnLoopback();
+  const std::uint16_t gonePort = test::localPort(gone);
+  expectRelayed(gone, target, "question");
+  gone.close();
   ASSERT_TRUE(sendDatagramTo(target, port, "too late"));
   expectRelayed(client, target, "question");
   expectRelayed(target, client, "answer");
+  EXPECT_EQ(messagesSinceStart(), (Lines{newClientText(gonePort), newClientText(client)}));
 }
 
 TEST_F(UdpForwarderTest, StopsWithinOnePollWhenNothingArrives) {
@@ -238,14 +240,14 @@ TEST_F(UdpForwarderTest, ForgetsItsClientWithAStop) {
       L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort, 2));
   ASSERT_TRUE(sendDatagramTo(target, port, "to nobody"));
   expectRelayed(client, target, "question");
-  EXPECT_EQ(clientMessages(), (Lines{newClientText(client), newClientText(client)}));
+  EXPECT_EQ(engine.countOf(newClientText(client)), 2U);
   EXPECT_TRUE(test::staysQuiet(client));
 }
 
 TEST_F(UdpForwarderTest, KeepsItsRuleWhileTheTableChanges) {
   engine.setRule(ruleFor(Protocol::udp, port, 9), kIndex);
   expectRelayed(client, target, "question");
-  EXPECT_EQ(clientMessages(), Lines{newClientText(client)});
+  EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
 }
 
 TEST_F(UdpForwarderTest, LosesNoneOfManyExchangesWhileCapturingGoesOnAndOff) {
@@ -272,6 +274,19 @@ class UdpWorkerTest : public testing::Test {
     runUdpRule({running, active, {state.log, state.monitor}}, 0, rule);
   }
 
+  // Expects that the worker returns by itself.
+  void runToItsEnd(const ForwardRule& rule) {
+    std::binary_semaphore ended{0};
+    std::thread worker([&] {
+      run(rule);
+      ended.release();
+    });
+    EXPECT_TRUE(ended.try_acquire_for(test::kDeadline));
+    running = false;
+    worker.join();
+    running = true;
+  }
+
   // Whether the port can be had for all local addresses.
   [[nodiscard]] static bool isFree(std::uint16_t port) {
     const Socket socket = platform::openIpv4Socket(Transport::udp);
@@ -287,14 +302,14 @@ class UdpWorkerTest : public testing::Test {
 
 TEST_F(UdpWorkerTest, SaysWhenItsPortCannotBeBound) {
   const Socket taken = test::holdPort(Transport::udp);
-  run(ruleFor(Protocol::udp, test::localPort(taken), 9));
+  runToItsEnd(ruleFor(Protocol::udp, test::localPort(taken), 9));
   EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " +
                                      std::to_wstring(test::localPort(taken))});
   EXPECT_FALSE(active);
 }
 
 TEST_F(UdpWorkerTest, SaysWhenItsTargetIsAHostName) {
-  run(ruleFor(Protocol::udp, port, 9, L"localhost"));
+  runToItsEnd(ruleFor(Protocol::udp, port, 9, L"localhost"));
   EXPECT_EQ(engine.messages(), Lines{L"[UDP] Invalid target IP: localhost"});
   EXPECT_FALSE(active);
   EXPECT_TRUE(isFree(port));
@@ -304,7 +319,7 @@ TEST_F(UdpWorkerTest, TakesOnlyDottedAddressesForTargets) {
   const Lines notDotted{L"", L"::1", L"127.0.0.1 ", L" 127.0.0.1", L"127.1", L"1.2.3.256"};
   Lines expected;
   for (const std::wstring& targetIp : notDotted) {
-    run(ruleFor(Protocol::udp, port, 9, targetIp));
+    runToItsEnd(ruleFor(Protocol::udp, port, 9, targetIp));
     expected.push_back(L"[UDP] Invalid target IP: " + targetIp);
   }
   EXPECT_EQ(engine.messages(), expected);
@@ -312,7 +327,7 @@ TEST_F(UdpWorkerTest, TakesOnlyDottedAddressesForTargets) {
 
 TEST_F(UdpWorkerTest, BindsItsPortBeforeItLooksAtItsTarget) {
   const Socket taken = test::holdPort(Transport::udp);
-  run(ruleFor(Protocol::udp, test::localPort(taken), 9, L"localhost"));
+  runToItsEnd(ruleFor(Protocol::udp, test::localPort(taken), 9, L"localhost"));
   EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " +
                                      std::to_wstring(test::localPort(taken))});
 }
@@ -327,6 +342,16 @@ TEST_F(UdpWorkerTest, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
   EXPECT_TRUE(isFree(port));
 }
 
+TEST_F(UdpWorkerTest, IsActiveWheneverItSaysSomething) {
+  running = false;
+  std::vector<bool> activeAtLines;
+  engine.notifier().onLine = [&] { activeAtLines.push_back(active); };
+  run(ruleFor(Protocol::udp, port, 9));
+  EXPECT_EQ(activeAtLines, (std::vector{true, true}));  // listening, stopped
+  run(ruleFor(Protocol::udp, port, 9, L"localhost"));
+  EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));
+}
+
 TEST_F(UdpWorkerTest, IsActiveFromItsStartToItsEnd) {
   std::thread worker([&] { run(ruleFor(Protocol::udp, port, 9)); });
   EXPECT_TRUE(engine.waitFor(L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:9"));
@@ -336,45 +361,28 @@ TEST_F(UdpWorkerTest, IsActiveFromItsStartToItsEnd) {
   EXPECT_FALSE(active);
 }
 
-// Holds the worker in its second line, the one about a new client, until it is let go.
-class HoldingNotifier final : public UiNotifier {
- public:
-  void linesWait() noexcept override {
-    if (++lines != 2) return;
-    held.release();
-    letGo.acquire();
-  }
-  [[nodiscard]] bool recordsWatched() const noexcept override { return false; }
-  [[nodiscard]] bool recordsWait() noexcept override { return true; }
-
-  std::atomic<int> lines{0};
-  std::binary_semaphore held{0};
-  std::binary_semaphore letGo{0};
-};
-
-TEST(UdpWorker, KeepsABurstThatComesWhileItIsBusy) {
+TEST_F(UdpWorkerTest, KeepsABurstThatComesWhileItIsBusy) {
   constexpr int kBurst = 120;  // more than the systems' own receive buffers hold
-  HoldingNotifier notifier;
-  EventLog log(notifier);
-  TrafficMonitor monitor(notifier);
-  std::atomic<bool> running{true};
-  std::atomic<bool> active{false};
   const Socket target = test::udpOnLoopback();
   platform::askForReceiveBuffer(target, 1024 * 1024);
   const Socket client = test::udpOnLoopback();
-  const std::uint16_t port = test::freePort(Transport::udp);
-  std::thread worker([&] {
-    runUdpRule({running, active, {log, monitor}}, 0,
-               ruleFor(Protocol::udp, port, test::localPort(target)));
-  });
-  EXPECT_TRUE(test::eventually([&] { return notifier.lines == 1; }));
+  // Holds the worker in its second line, the one about a new client, until it is let go.
+  std::binary_semaphore held{0};
+  std::binary_semaphore letGo{0};
+  engine.notifier().onLine = [&] {
+    if (engine.notifier().lineNotices != 2) return;
+    held.release();
+    letGo.acquire();
+  };
+  std::thread worker([&] { run(ruleFor(Protocol::udp, port, test::localPort(target))); });
+  EXPECT_NE(engine.waitForPrefix(L"[UDP] Listening"), L"");
 
   EXPECT_TRUE(sendDatagramTo(client, port, "first"));
-  EXPECT_TRUE(notifier.held.try_acquire_for(test::kDeadline));
+  EXPECT_TRUE(held.try_acquire_for(test::kDeadline));
   for (int i = 0; i < kBurst; ++i) {
     EXPECT_TRUE(sendDatagramTo(client, port, countingText(1400)));
   }
-  notifier.letGo.release();
+  letGo.release();
 
   for (int i = 0; i < 1 + kBurst && !testing::Test::HasFailure(); ++i) {
     EXPECT_TRUE(receiveNextDatagram(target)) << "datagram " << i;
