@@ -203,6 +203,14 @@ TEST_F(EventLogTest, StartsANewFileAfterAClear) {
   EXPECT_EQ(contentOf(folder.file(L"MonitorServer.log")), utf16le(lines.at(0) + L"\r\n"));
 }
 
+TEST_F(EventLogTest, HandsOutTheLinesThatComeAfterAClear) {
+  writeNumbered(1, 3);
+  EXPECT_EQ(log.takeNewLines().size(), 3U);
+  log.clear();
+  writeNumbered(4, 5);
+  EXPECT_EQ(messagesOf(log.takeNewLines()), (Lines{L"4", L"5"}));
+}
+
 TEST_F(EventLogTest, ClearsWithoutAFileToDelete) {
   log.setLogFilePath(path);
   log.clear();
