@@ -7,6 +7,7 @@
 #include "config/config_file.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/test_engine.h"
+#include "tests/support/test_sockets.h"
 
 namespace quillgate {
 namespace {
@@ -96,6 +97,15 @@ TEST_F(RuleActions, SavingRestartsARunningServer) {
                           L"Saved XML: " + state.paths.configPath, L"Stopping server...",
                           L"Server stopped.", L"Starting server...", L"Server started.",
                           L"Config saved and applied."));
+}
+
+TEST_F(RuleActions, SavingGivesARestartedServerTheNewRules) {
+  const std::uint16_t port = test::freePort(platform::Transport::tcp);
+  rules[0] = test::ruleFor(Protocol::tcp, port, 9);
+  state.server.start();
+  saveRules(state, rules, views);
+  EXPECT_TRUE(engine.waitFor(L"[TCP] Listening on local port " + std::to_wstring(port) +
+                             L" -> 127.0.0.1:9"));
 }
 
 TEST_F(RuleActions, SavingAppliesTheRulesEvenWhenTheFileCannotBeWritten) {
