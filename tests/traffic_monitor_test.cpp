@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <string>
@@ -263,25 +264,31 @@ TEST_F(TrafficMonitorTest, AsksAgainAfterANoticeThatWasNotDelivered) {
   EXPECT_EQ(notifier.recordNotices, 2);
 }
 
-// Takes what is new until the writers are done; counts it and checks the order per writer.
+// Takes what is new. The records of each writer must come whole, in their order and once.
 class Reader {
  public:
   explicit Reader(TrafficMonitor& monitor) : monitor_(monitor) {}
+
+  // A record whose text is the number of its writer, as one digit, and its own number.
+  static std::wstring textOf(std::size_t writer, std::size_t number) {
+    return std::to_wstring(writer) + L" " + std::to_wstring(number);
+  }
 
   void takeNew(std::int32_t filter) {
     const auto toShow = monitor_.takeForView(filter);
     ASSERT_LE(toShow.firstNew, toShow.records.size());
     for (std::size_t i = toShow.firstNew; i < toShow.records.size(); ++i) {
-      ASSERT_EQ(toShow.records[i].text.substr(0, kHeader.size()), kHeader);
-      ASSERT_EQ(toShow.records[i].payload.size(), 100U);
-      ++taken_;
+      const MonitorRecord& record = toShow.records[i];
+      const auto writer = static_cast<std::size_t>(record.text.at(0) - L'0');
+      ASSERT_EQ(record.text, textOf(writer, takenOf_.at(writer)++));
+      ASSERT_EQ(record.payload.size(), 100U);
     }
   }
-  [[nodiscard]] std::size_t taken() const { return taken_; }
+  [[nodiscard]] std::size_t takenOf(std::size_t writer) const { return takenOf_.at(writer); }
 
  private:
   TrafficMonitor& monitor_;
-  std::size_t taken_ = 0;
+  std::array<std::size_t, 4> takenOf_{};
 };
 
 TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
@@ -295,7 +302,7 @@ TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
     writers.emplace_back([&, writer] {
       const auto payload = countingBytes(100);
       for (std::size_t i = 0; i < kRecordsOfEach; ++i) {
-        monitor.capturePayload(writer, kHeader, payload);
+        monitor.capturePayload(writer, Reader::textOf(writer, i), payload);
       }
       --writing;
     });
@@ -310,8 +317,10 @@ TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
   writers.clear();  // waits for them
   all.takeNew(kFilterAll);
   ofRule.takeNew(2);
-  EXPECT_EQ(all.taken(), kWriters * kRecordsOfEach);
-  EXPECT_EQ(ofRule.taken(), kRecordsOfEach);
+  for (std::size_t writer = 0; writer < kWriters; ++writer) {
+    EXPECT_EQ(all.takenOf(writer), kRecordsOfEach);
+    EXPECT_EQ(ofRule.takenOf(writer), writer == 2 ? kRecordsOfEach : 0);
+  }
   EXPECT_GE(notifier.recordNotices, 1);
 }
 
