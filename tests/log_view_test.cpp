@@ -28,6 +28,11 @@ TEST(LogView, CountsOnlyWholeVisibleLines) {
   EXPECT_FALSE(followsEnd({.count = 10, .topIndex = 5, .clientHeight = 63, .itemHeight = 16}));
 }
 
+TEST(LogView, CountsLinesOfOnePixel) {
+  EXPECT_TRUE(followsEnd({.count = 402, .topIndex = 1, .clientHeight = 400, .itemHeight = 1}));
+  EXPECT_FALSE(followsEnd({.count = 402, .topIndex = 0, .clientHeight = 400, .itemHeight = 1}));
+}
+
 TEST(LogView, CountsOneVisibleLineInAListLowerThanALine) {
   EXPECT_TRUE(followsEnd({.count = 10, .topIndex = 8, .clientHeight = 5, .itemHeight = 16}));
   EXPECT_FALSE(followsEnd({.count = 10, .topIndex = 7, .clientHeight = 5, .itemHeight = 16}));
