@@ -437,6 +437,21 @@ TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItSaysSo) {
   EXPECT_EQ(serverSees, StreamEnd::orderly);
 }
 
+TEST_F(TcpSessionTest, ReachesATargetWithAnIpv6Address) {
+  const auto any = platform::resolveFirst(L"::1", L"0");
+  ASSERT_TRUE(any);
+  const Socket target = platform::openTcpSocketFor(*any);
+  ASSERT_TRUE(test::bindTo(target, *any) && platform::startListening(target));
+  std::thread session(
+      [&] { run(ruleFor(Protocol::tcp, 8080, test::localPort(target), L"::1"), peer); });
+  Socket server = acceptFrom(target);
+  EXPECT_TRUE(sendAll(server, "hello"));
+  EXPECT_EQ(receiveExactly(pair.client, 5), "hello");
+  server.close();
+  pair.client.close();
+  session.join();
+}
+
 TEST_F(TcpSessionTest, ReachesATargetByName) {
   // Which of the name's addresses comes first, an IPv4 or an IPv6 one, is the system's choice.
   const auto first = platform::resolveFirst(L"localhost", L"0");
