@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <latch>
 #include <regex>
 #include <set>
@@ -122,6 +123,17 @@ TEST_F(EventLogTest, TellsTheFrontEndAfterEachLine) {
   EXPECT_EQ(notifier.lineNotices, 2);
   log.clear();
   EXPECT_EQ(notifier.lineNotices, 2);
+}
+
+TEST_F(EventLogTest, TellsTheFrontEndWhenTheLineIsThereAndTheLockIsFree) {
+  std::future<Lines> taken;
+  notifier.onLine = [&] {
+    taken = std::async(std::launch::async, [&] { return messagesOf(log.takeNewLines()); });
+    EXPECT_EQ(taken.wait_for(test::kDeadline), std::future_status::ready);
+  };
+  log.write(L"a");
+  ASSERT_TRUE(taken.valid());
+  EXPECT_EQ(taken.get(), Lines{L"a"});
 }
 
 TEST_F(EventLogTest, HandsOutEachNewLineOnce) {

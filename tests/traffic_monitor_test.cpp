@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <future>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -237,6 +238,23 @@ TEST_F(TrafficMonitorTest, KeepsCapturingWithoutNoticesWhileNobodyWatches) {
   captureEvents(0, 2);
   EXPECT_EQ(sizeOf(kFilterAll), 2U);
   EXPECT_EQ(notifier.recordNotices, 0);
+
+  notifier.watched = true;  // the captures before have not asked for anything
+  captureEvents(0, 1);
+  EXPECT_EQ(notifier.recordNotices, 1);
+}
+
+TEST_F(TrafficMonitorTest, PostsANoticeWhenTheRecordIsThereAndTheLockIsFree) {
+  monitor.choose(kFilterAll);
+  notifier.watched = true;
+  std::future<std::size_t> size;
+  notifier.onRecords = [&] {
+    size = std::async(std::launch::async, [&] { return sizeOf(kFilterAll); });
+    EXPECT_EQ(size.wait_for(test::kDeadline), std::future_status::ready);
+  };
+  captureEvents(0, 1);
+  ASSERT_TRUE(size.valid());
+  EXPECT_EQ(size.get(), 1U);
 }
 
 TEST_F(TrafficMonitorTest, PostsOneNoticeForManyCaptures) {
@@ -324,7 +342,7 @@ TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
   EXPECT_GE(notifier.recordNotices, 1);
 }
 
-TEST_F(TrafficMonitorTest, StaysWholeWhileItIsFilledTrimmedReadAndCleared) {
+TEST_F(TrafficMonitorTest, StaysWholeWhileItIsFilledTrimmedReadExportedAndCleared) {
   constexpr std::size_t kWriters = 3;
   constexpr std::size_t kRecordsOfEach = 40000;
   monitor.choose(kFilterAll);
@@ -339,12 +357,17 @@ TEST_F(TrafficMonitorTest, StaysWholeWhileItIsFilledTrimmedReadAndCleared) {
     });
   }
   std::size_t largest = 0;
-  for (int round = 0; writing > 0; ++round) {
+  int round = 0;
+  do {
     const auto records = monitor.snapshot(1);
     largest = std::max({largest, records.size(), sizeOf(kFilterAll)});
     for (std::size_t i = 0; i < records.size(); ++i) ASSERT_EQ(records[i].text, L"1");
+    if (round % 64 == 31) {
+      EXPECT_FALSE(monitor.exportText(1).empty());
+    }
     if (round % 64 == 63) monitor.clearAll();
-  }
+    ++round;
+  } while (writing > 0);
   writers.clear();  // waits for them
   EXPECT_LE(largest, 50000U);
 }

@@ -1,5 +1,5 @@
 // The user interface as the stores see it: it counts what it is told, and a test can look around
-// while a line is written.
+// then.
 #pragma once
 
 #include <atomic>
@@ -16,8 +16,10 @@ class FakeNotifier final : public UiNotifier {
   std::atomic<bool> watched{false};  // whether a monitor window is open
   std::atomic<bool> delivers{true};  // whether a record notice reaches it
 
-  // Called for each line, on the thread that writes it. Set before that thread starts.
+  // Called for each line and each record notice, on the thread that brings it. Set before that
+  // thread starts.
   std::function<void()> onLine = [] {};
+  std::function<void()> onRecords = [] {};
 
   void linesWait() noexcept override {
     ++lineNotices;
@@ -26,6 +28,7 @@ class FakeNotifier final : public UiNotifier {
   [[nodiscard]] bool recordsWatched() const noexcept override { return watched; }
   [[nodiscard]] bool recordsWait() noexcept override {
     ++recordNotices;
+    onRecords();
     return delivers;
   }
 };
