@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "monitor/record_renderer.h"
@@ -143,6 +145,27 @@ TEST_F(MonitorViewTest, LetsTheNextCaptureSendANoticeEvenWhileMonitoringIsOff) {
   monitor.choose(kFilterAll);
   captureEvents(2, 2);
   EXPECT_EQ(notifier.recordNotices, 2);
+}
+
+TEST_F(MonitorViewTest, LeavesNoRecordUnshownThatComesDuringARefresh) {
+  const std::vector<std::byte> longLine(kMaxPayloadBytes, std::byte{'x'});
+  notifier.watched = true;
+  monitor.choose(kFilterAll);
+  for (int round = 0; round < 5; ++round) {
+    // So much to render that the next record comes in the middle of it.
+    for (int i = 0; i < 250; ++i) monitor.capturePayload(0, L"long", longLine);
+    const int notices = notifier.recordNotices;
+    std::atomic<bool> begun = false;
+    std::thread writer([&] {
+      while (!begun) std::this_thread::yield();
+      captureEvents(1, 1);
+    });
+    begun = true;
+    EXPECT_NE(view.refresh(), nullptr);
+    writer.join();
+    if (notifier.recordNotices > notices) static_cast<void>(view.refresh());
+    EXPECT_EQ(view.refresh(), nullptr) << "in round " << round;
+  }
 }
 
 TEST_F(MonitorViewTest, KeepsLinesInTheFormatTheyWereRenderedInUntilARebuild) {
