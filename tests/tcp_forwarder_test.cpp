@@ -281,66 +281,74 @@ TEST_F(TcpForwarderTest, DeliversEverythingSentBeforeTheEnd) {
   sender.join();
 }
 
-TEST(TcpListener, SaysWhenItsPortCannotBeBound) {
+// A listener's body called directly.
+class TcpListenerTest : public testing::Test {
+ protected:
+  void run(const ForwardRule& ownRule) {
+    SharedState& state = engine.state();
+    runTcpListener({running, active, {state.log, state.monitor}}, 0, ownRule);
+  }
+
+  // Expects that the listener returns by itself.
+  void runToItsEnd(const ForwardRule& ownRule) {
+    test::expectReturns([&] { run(ownRule); }, [&] { running = false; });
+  }
+
   TestEngine engine;
-  const Socket taken = test::holdPort(Transport::tcp);
-  const std::wstring port = std::to_wstring(test::localPort(taken));
   std::atomic<bool> running{true};
   std::atomic<bool> active{false};
-  SharedState& state = engine.state();
-  runTcpListener({running, active, {state.log, state.monitor}}, 0,
-                 ruleFor(Protocol::tcp, test::localPort(taken), 9));
+  const std::uint16_t port = test::freePort(Transport::tcp);
+  const std::wstring local = std::to_wstring(port);
+  ForwardRule rule = ruleFor(Protocol::tcp, port, 9);
+};
+
+TEST_F(TcpListenerTest, SaysWhenItsPortCannotBeBound) {
+  const Socket taken = test::holdPort(Transport::tcp);
+  runToItsEnd(ruleFor(Protocol::tcp, test::localPort(taken), 9));
   EXPECT_FALSE(active);
-  EXPECT_EQ(engine.messages(), Lines{L"[TCP] Failed to bind/listen on local port " + port});
+  EXPECT_EQ(engine.messages(), Lines{L"[TCP] Failed to bind/listen on local port " +
+                                     std::to_wstring(test::localPort(taken))});
 }
 
-TEST(TcpListener, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
-  TestEngine engine;
-  const std::uint16_t port = test::freePort(Transport::tcp);
-  std::atomic<bool> running{false};
-  std::atomic<bool> active{false};
-  SharedState& state = engine.state();
-  runTcpListener({running, active, {state.log, state.monitor}}, 0,
-                 ruleFor(Protocol::tcp, port, 9, L"host.example"));
+TEST_F(TcpListenerTest, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
+  running = false;
+  run(rule);
   EXPECT_FALSE(active);
-  const std::wstring local = std::to_wstring(port);
   EXPECT_EQ(engine.messages(),
-            (Lines{L"[TCP] Listening on local port " + local + L" -> host.example:9",
+            (Lines{L"[TCP] Listening on local port " + local + L" -> 127.0.0.1:9",
                    L"[TCP] Stopped local port " + local}));
 }
 
-TEST(TcpListener, IsActiveWheneverItSaysSomething) {
-  TestEngine engine;
-  std::atomic<bool> running{false};
-  std::atomic<bool> active{false};
+TEST_F(TcpListenerTest, IsActiveWheneverItSaysSomething) {
   std::vector<bool> activeAtLines;
   engine.notifier().onLine = [&] { activeAtLines.push_back(active); };
-  const auto run = [&](std::uint16_t port) {
-    runTcpListener({running, active, {engine.state().log, engine.state().monitor}}, 0,
-                   ruleFor(Protocol::tcp, port, 9));
-    EXPECT_FALSE(active);
-  };
-  run(test::freePort(Transport::tcp));
-  EXPECT_EQ(activeAtLines, (std::vector{true, true}));  // listening, stopped
-  const Socket taken = platform::openIpv4Socket(Transport::tcp);
-  ASSERT_TRUE(platform::bindToAllIpv4(taken, 0) && platform::startListening(taken));
-  run(test::localPort(taken));
-  EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));
+  const Socket taken = test::holdPort(Transport::tcp);
+  runToItsEnd(ruleFor(Protocol::tcp, test::localPort(taken), 9));
+  EXPECT_EQ(activeAtLines, std::vector{true});
+  running = false;
+  run(rule);
+  EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));  // listening, stopped
 }
 
-TEST(TcpListener, TakesNoClientThatComesAfterTheStop) {
+TEST_F(TcpListenerTest, ClosesItsSocketBeforeItSaysSo) {
+  std::vector<bool> freeAtLines;
+  engine.notifier().onLine = [&] {
+    freeAtLines.push_back(platform::bindToAllIpv4(platform::openIpv4Socket(Transport::tcp), port));
+  };
+  running = false;
+  run(rule);
+  EXPECT_EQ(freeAtLines, (std::vector{false, true}));  // listening, stopped
+}
+
+TEST_F(TcpListenerTest, TakesNoClientThatComesAfterTheStop) {
+  const Socket target = test::listenOnLoopback();
+  rule.targetPort = test::localPort(target);
   // The stop has to come while the listener waits: it does so nearly always, so a few rounds do.
-  for (int round = 0; round < 5 && !testing::Test::HasFailure(); ++round) {
-    TestEngine engine;
-    const Socket target = test::listenOnLoopback();
-    const std::uint16_t port = test::freePort(Transport::tcp);
-    std::atomic<bool> running{true};
-    std::atomic<bool> active{false};
-    std::thread listener([&] {
-      runTcpListener({running, active, {engine.state().log, engine.state().monitor}}, 0,
-                     ruleFor(Protocol::tcp, port, test::localPort(target)));
-    });
-    EXPECT_NE(engine.waitForPrefix(L"[TCP] Listening on local port "), L"");
+  for (std::size_t round = 1; round <= 5 && !HasFailure(); ++round) {
+    running = true;
+    std::thread listener([&] { run(rule); });
+    EXPECT_TRUE(engine.waitFor(
+        L"[TCP] Listening on local port " + local + L" -> " + targetText(rule), round));
     running = false;
     const Socket client = connectToLoopback(port);  // not open where the listener has gone already
     listener.join();
@@ -350,8 +358,7 @@ TEST(TcpListener, TakesNoClientThatComesAfterTheStop) {
       return !client.isOpen() || !test::staysQuiet(client, 1ms) || !test::staysQuiet(target, 1ms);
     }));
     EXPECT_TRUE(test::staysQuiet(target, 0ms));
-    EXPECT_EQ(engine.messages().back(), L"[TCP] Stopped local port " + std::to_wstring(port));
-    EXPECT_EQ(engine.messages().size(), 2U);
+    EXPECT_EQ(engine.messages().size(), 2 * round);
   }
 }
 

@@ -276,15 +276,7 @@ class UdpWorkerTest : public testing::Test {
 
   // Expects that the worker returns by itself.
   void runToItsEnd(const ForwardRule& rule) {
-    std::binary_semaphore ended{0};
-    std::thread worker([&] {
-      run(rule);
-      ended.release();
-    });
-    EXPECT_TRUE(ended.try_acquire_for(test::kDeadline));
-    running = false;
-    worker.join();
-    running = true;
+    test::expectReturns([&] { run(rule); }, [&] { running = false; });
   }
 
   // Whether the port can be had for all local addresses.
@@ -350,6 +342,14 @@ TEST_F(UdpWorkerTest, IsActiveWheneverItSaysSomething) {
   EXPECT_EQ(activeAtLines, (std::vector{true, true}));  // listening, stopped
   run(ruleFor(Protocol::udp, port, 9, L"localhost"));
   EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));
+}
+
+TEST_F(UdpWorkerTest, ClosesItsSocketBeforeItSaysSo) {
+  running = false;
+  std::vector<bool> freeAtLines;
+  engine.notifier().onLine = [&] { freeAtLines.push_back(isFree(port)); };
+  run(ruleFor(Protocol::udp, port, 9));
+  EXPECT_EQ(freeAtLines, (std::vector{false, true}));  // listening, stopped
 }
 
 TEST_F(UdpWorkerTest, IsActiveFromItsStartToItsEnd) {

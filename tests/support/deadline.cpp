@@ -1,5 +1,8 @@
 #include "tests/support/deadline.h"
 
+#include <gtest/gtest.h>
+
+#include <semaphore>
 #include <thread>
 
 namespace quillgate::test {
@@ -11,6 +14,18 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return true;
+}
+
+void expectReturns(const std::function<void()>& work, const std::function<void()>& end) {
+  std::binary_semaphore returned{0};
+  std::thread worker([&] {
+    work();
+    returned.release();
+  });
+  const bool isInTime = returned.try_acquire_for(kDeadline);
+  EXPECT_TRUE(isInTime) << "it goes on and on";
+  if (!isInTime) end();
+  worker.join();
 }
 
 }  // namespace quillgate::test

@@ -13,4 +13,8 @@ inline constexpr std::chrono::seconds kDeadline{20};
 [[nodiscard]] bool eventually(const std::function<bool()>& condition,
                               std::chrono::milliseconds deadline = kDeadline);
 
+// Runs `work` on a thread of its own. Where it has not returned by the deadline, the current test
+// fails; `end` is called then, which must make it return.
+void expectReturns(const std::function<void()>& work, const std::function<void()>& end);
+
 }  // namespace quillgate::test
