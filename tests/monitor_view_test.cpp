@@ -38,11 +38,13 @@ TEST(TrimViewText, LeavesATextWithFewerThan500LineFeedsAlone) {
   EXPECT_EQ(trimmedView(L"no line feed"), L"no line feed");
   EXPECT_EQ(trimmedView(numberedLines(1, 499)), numberedLines(1, 499));
   EXPECT_EQ(trimmedView(numberedLines(1, 499) + L"rest"), numberedLines(1, 499) + L"rest");
+  EXPECT_EQ(trimmedView(L"\n" + numberedLines(1, 400)), L"\n" + numberedLines(1, 400));
 }
 
 TEST(TrimViewText, TakesTheFirstLineFromATextWithExactly500) {
   EXPECT_EQ(trimmedView(numberedLines(1, 500)), numberedLines(2, 500));
   EXPECT_EQ(trimmedView(L"\n" + numberedLines(1, 499)), numberedLines(1, 499));
+  EXPECT_EQ(trimmedView(L"\n\n" + numberedLines(1, 498)), L"\n" + numberedLines(1, 498));
 }
 
 TEST(TrimViewText, KeepsWhatStandsAfterThe500thLineFeedFromTheEnd) {
@@ -80,6 +82,8 @@ TEST_F(MonitorViewTest, ShowsTheNoticeWhileMonitoringIsOff) {
   captureEvents(1, 3);
   monitor.choose(kFilterOff);  // whatever has been captured
   EXPECT_EQ(view.rebuild(), kOffNotice);
+  monitor.choose(kFilterAll);
+  ASSERT_NE(view.refresh(), nullptr);  // the records were not counted as shown
 }
 
 TEST_F(MonitorViewTest, DoesNothingOnARefreshWhileMonitoringIsOff) {
