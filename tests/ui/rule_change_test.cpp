@@ -45,12 +45,15 @@ TEST_F(RuleChange, KeepsTheChosenRuleAndGoesOnCapturing) {
 TEST_F(RuleChange, KeepsAll) {
   choose(filterList, 1);
   toggleAndSave(4);
+  EXPECT_THAT(itemsOf(filterList),
+              ElementsAre(L"monitoring off", L"All", L"2) UDP  local " + routeOf(1)));
   EXPECT_EQ(selected(), L"All");
   EXPECT_EQ(textOf(view), L"");
 }
 
 TEST_F(RuleChange, StaysOff) {
   toggleAndSave(0);
+  EXPECT_EQ(itemsOf(filterList).size(), 5U);  // with the first rule
   EXPECT_EQ(selected(), L"monitoring off");
   EXPECT_EQ(textOf(view), kOffNotice);
 }

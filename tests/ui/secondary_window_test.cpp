@@ -74,7 +74,9 @@ TEST_P(SecondaryWindow, OpensAfreshAfterItWasClosed) {
 
 TEST_P(SecondaryWindow, ClosesFromTheSystemMenu) {
   start();
-  PostMessageW(open(), WM_SYSCOMMAND, SC_CLOSE, 0);
+  const HWND window = open();
+  ASSERT_NE(window, nullptr);
+  PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
   EXPECT_TRUE(eventually([&] { return all().empty(); }));
   EXPECT_TRUE(IsWindow(mainWindow));
 }
