@@ -26,10 +26,14 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
 // Makes `bytes` the content of the file at `path`. Whoever opens the path finds the old content or
 // the new one, whole, even if the process or the system ends in between: the bytes go into a file
 // beside it (the path with ".quillgate-new" behind it) that is flushed and then takes its place.
-// One that an ended process has left is used again. Where the folder allows no new file, and on
-// Windows behind a link, an existing file is written in place. A link stays one. A file that may
-// not be written is left alone. Two that save to one path at once take turns. On false the old
-// content stands as it was.
+// One that an ended process has left is used again. Two that save to one path at once take turns.
+//
+// What a file has besides its content stays: on POSIX its mode; on Windows its access list, its
+// other streams, its time of creation, and whether it is hidden, of the system, or not indexed.
+//
+// An existing file is written in place where the folder allows no new file, where a new one cannot
+// have those rights, and on Windows behind a link. A link stays one. A file that may not be written
+// is left alone. On false the old content stands as it was.
 [[nodiscard]] bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes);
 
 // Creates the file at `path`, or empties the one that stands there, and writes each of `parts` that

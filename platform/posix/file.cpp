@@ -117,14 +117,14 @@ Outcome replaceByNewFile(const std::string& target, std::span<const std::byte> b
   const std::string beside = target + kNewFileSuffix;
   const Descriptor file = openNewFile(beside);
   if (!file) return Outcome::refused;
-  const bool written = (old == nullptr || ::fchmod(file.number(), old->st_mode & kModeBits) == 0) &&
-                       overwrite(file, bytes);
+  const bool fits = old == nullptr || ::fchmod(file.number(), old->st_mode & kModeBits) == 0;
+  const bool written = fits && overwrite(file, bytes);
   if (written && std::rename(beside.c_str(), target.c_str()) == 0) {
     flushFolderOf(target);
     return Outcome::replaced;
   }
   ::unlink(beside.c_str());
-  return written ? Outcome::refused : Outcome::failed;
+  return fits && !written ? Outcome::failed : Outcome::refused;
 }
 
 }  // namespace

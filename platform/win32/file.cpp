@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include "platform/win32/handle.h"
 
@@ -22,6 +23,12 @@ FileHandle openFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD
   return FileHandle(::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
 }
+
+struct FindCloser {
+  void operator()(HANDLE search) const {
+    if (search != INVALID_HANDLE_VALUE) ::FindClose(search);
+  }
+};
 
 // Makes the call again for a while when it fails because somebody has the file open: a process that
 // reads or saves it at this moment, or a scanner that looks at what has just been written. For a
@@ -77,24 +84,82 @@ bool mayBeWritten(const std::wstring& path) {
   return static_cast<bool>(whenFree(open));
 }
 
+// Gives `to` the access list of `from`, with the marks of what its folder has handed down to it.
+bool copyAccessList(const FileHandle& from, const FileHandle& to) {
+  DWORD size = 0;
+  ::GetKernelObjectSecurity(from.native(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<std::byte> list(size);
+  return ::GetKernelObjectSecurity(from.native(), DACL_SECURITY_INFORMATION, list.data(), size,
+                                   &size) != FALSE &&
+         ::SetSecurityDescriptorControl(list.data(), SE_DACL_AUTO_INHERIT_REQ,
+                                        SE_DACL_AUTO_INHERIT_REQ) != FALSE &&
+         ::SetKernelObjectSecurity(to.native(), DACL_SECURITY_INFORMATION, list.data()) != FALSE;
+}
+
+// The attributes that a user sets, and the time of creation. Compression and encryption are what
+// the folder has for new files.
+bool copyAttributes(const FileHandle& from, const FileHandle& to) {
+  constexpr DWORD kKept =
+      FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+  FILE_BASIC_INFO old{};
+  if (::GetFileInformationByHandleEx(from.native(), FileBasicInfo, &old, sizeof(old)) == FALSE) {
+    return false;
+  }
+  FILE_BASIC_INFO kept{};  // a time of 0 stays as it is
+  kept.CreationTime = old.CreationTime;
+  kept.FileAttributes = (old.FileAttributes & kKept) | FILE_ATTRIBUTE_ARCHIVE;
+  return ::SetFileInformationByHandle(to.native(), FileBasicInfo, &kept, sizeof(kept)) != FALSE;
+}
+
+// All streams of the file at `from` but its content. A file system without streams finds none.
+bool copyStreams(const std::wstring& from, const std::wstring& to) {
+  WIN32_FIND_STREAM_DATA stream{};
+  const std::unique_ptr<void, FindCloser> search(
+      ::FindFirstStreamW(from.c_str(), FindStreamInfoStandard, &stream, 0));
+  if (search.get() == INVALID_HANDLE_VALUE) return true;
+  do {
+    const std::wstring name = stream.cStreamName;  // ":name:$DATA"
+    if (name == L"::$DATA") continue;
+    const auto bytes = readFile(from + name, SIZE_MAX);
+    const auto file = openFile(to + name, GENERIC_WRITE, kShareAll, OPEN_ALWAYS);
+    if (!bytes || !file || !overwrite(file, *bytes)) return false;
+  } while (::FindNextStreamW(search.get(), &stream) != FALSE);
+  return true;
+}
+
+// Gives the new file, which is open at `beside`, what the one at `target` has besides its content.
+bool takeOver(const std::wstring& target, const std::wstring& beside, const FileHandle& file) {
+  const auto old = openFile(target, READ_CONTROL | FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING);
+  return old && copyAccessList(old, file) && copyStreams(target, beside) &&
+         copyAttributes(old, file);
+}
+
 enum class Outcome { replaced, refused, failed };
 
-// Puts a new file with the content `bytes` where `target` is.
-Outcome replaceByNewFile(const std::wstring& target, std::span<const std::byte> bytes) {
+// Puts a new file with the content `bytes` where `target` is. If there is an old file, the new one
+// first takes over all that it has besides its content.
+//
+// ReplaceFileW would do that, too, but in steps: its documentation names errors after which no file
+// has the name any more (1176, 1177), and wine's lets others see that moment each time. Here the
+// last step is one rename, before which the old file is there and after which the new one is.
+Outcome replaceByNewFile(const std::wstring& target, std::span<const std::byte> bytes,
+                         bool hasOldFile) {
   const std::wstring beside = target + kNewFileSuffix;
-  // Open until it has its final name: whoever else saves to the same path waits until then.
-  const auto file = whenFree([&] {
-    return openFile(beside, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, CREATE_ALWAYS);
-  });
+  // Open until it has its final name: whoever else saves to the same path waits until then. One
+  // that is already there may be hidden, so that it could not be created anew.
+  const DWORD access = GENERIC_WRITE | (hasOldFile ? WRITE_DAC : 0);
+  const auto file = whenFree(
+      [&] { return openFile(beside, access, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_ALWAYS); });
   if (!file) return Outcome::refused;
-  const bool written = overwrite(file, bytes);
+  const bool fits = !hasOldFile || takeOver(target, beside, file);
+  const bool written = fits && overwrite(file, bytes);
   const auto takePlace = [&] {
     return ::MoveFileExW(beside.c_str(), target.c_str(),
                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
   };
   if (written && whenFree(takePlace)) return Outcome::replaced;
   ::DeleteFileW(beside.c_str());
-  return written ? Outcome::refused : Outcome::failed;
+  return fits && !written ? Outcome::failed : Outcome::refused;
 }
 
 }  // namespace
@@ -133,13 +198,13 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
 bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
   const DWORD attributes = ::GetFileAttributesW(path.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return replaceByNewFile(path, bytes) == Outcome::replaced;
+    return replaceByNewFile(path, bytes, false) == Outcome::replaced;
   }
   if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0) return false;
   // A new file would replace the link instead of what it leads to.
   if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return overwriteInPlace(path, bytes);
   if (!mayBeWritten(path)) return false;
-  const Outcome outcome = replaceByNewFile(path, bytes);
+  const Outcome outcome = replaceByNewFile(path, bytes, true);
   return outcome == Outcome::replaced ||
          (outcome == Outcome::refused && overwriteInPlace(path, bytes));
 }

@@ -132,9 +132,9 @@ bool ConfigSteps::mustFailToReplace(const FaultHits& hits) const {
   const std::string path = bytesOf(engine_.state().paths.configPath);
   const std::string beside = path + kBeside;
   if (!hasDataFolder_ || anyOn(hits, {"stat", "open"}, path)) return true;
-  if (anyOn(hits, {"write", "lseek", "ftruncate", "fsync", "fchmod"}, beside)) return true;
+  if (anyOn(hits, {"write", "lseek", "ftruncate", "fsync"}, beside)) return true;
   // An old file is written in place then.
-  const bool noFileBeside = anyOn(hits, {"open", "rename", "lstat", "fstat"}, beside);
+  const bool noFileBeside = anyOn(hits, {"open", "rename", "lstat", "fstat", "fchmod"}, beside);
   return noFileBeside && !onDisk_;
 }
 
