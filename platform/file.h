@@ -31,9 +31,11 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
 // What a file has besides its content stays: on POSIX its mode; on Windows its access list, its
 // other streams, its time of creation, and whether it is hidden, of the system, or not indexed.
 //
-// An existing file is written in place where the folder allows no new file, where a new one cannot
-// have those rights, and on Windows behind a link. A link stays one. A file that may not be written
-// is left alone. On false the old content stands as it was.
+// The file itself is written where none can be created beside it or take its place, for example
+// because the longer name is too long; where a new one cannot have those rights; and on Windows
+// behind a link. Only then can the system's end leave half of it. A link stays one. A file that may
+// not be written is left alone. On false the old content stands as it was, or there is no file, as
+// before.
 [[nodiscard]] bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes);
 
 // Creates the file at `path`, or empties the one that stands there, and writes each of `parts` that

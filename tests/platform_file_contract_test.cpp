@@ -216,12 +216,35 @@ TEST(PlatformFile, WritesInPlaceWhereNoFileCanBeCreatedBeside) {
   EXPECT_EQ(contentOf(path), "longer than the new");
 }
 
-TEST(PlatformFile, CreatesNothingWhereNoFileCanBeCreatedBeside) {
+TEST(PlatformFile, CreatesTheFileItselfWhereNoneCanBeCreatedBeside) {
   const TempFolder folder;
   const auto path = folder.file(L"file");
   blockTheFileBeside(path);
-  EXPECT_FALSE(replaceFile(path, bytesOf("new")));
-  EXPECT_FALSE(pathExists(path));
+  EXPECT_TRUE(replaceFile(path, bytesOf("new")));
+  EXPECT_EQ(contentOf(path), "new");
+  EXPECT_EQ(folder.names(), (std::vector<std::wstring>{L"file", L"file.quillgate-new"}));
+}
+
+// The system's limit is one of the name or of the whole path.
+std::wstring longestNameIn(const TempFolder& folder) {
+  std::wstring name(300, L'n');
+  while (!std::ofstream(pathOf(folder.file(name)))) name.pop_back();
+  fs::remove(pathOf(folder.file(name)));
+  return name;
+}
+
+TEST(PlatformFile, ReplacesAFileWhoseNameLeavesNoRoomForOneBeside) {
+  const TempFolder folder;
+  std::wstring name = longestNameIn(folder);
+  for (std::size_t room = 0; room <= std::string_view(".quillgate-new").size(); ++room) {
+    EXPECT_TRUE(replaceFile(folder.file(name), bytesOf("old"))) << "room for " << room;
+    EXPECT_EQ(contentOf(folder.file(name)), "old");
+    EXPECT_TRUE(replaceFile(folder.file(name), bytesOf("new"))) << "room for " << room;
+    EXPECT_EQ(contentOf(folder.file(name)), "new");
+    EXPECT_EQ(folder.names(), std::vector<std::wstring>{name});
+    EXPECT_TRUE(removeFile(folder.file(name)));
+    name.pop_back();
+  }
 }
 
 TEST(PlatformFile, WritesInPlaceInAFolderThatTakesNoNewFile) {

@@ -69,6 +69,15 @@ bool overwriteInPlace(const std::string& path, std::span<const std::byte> bytes)
   return false;
 }
 
+// Writes a file that is not there yet under its own name; nothing is left of it on false.
+bool createInPlace(const std::string& path, std::span<const std::byte> bytes) {
+  const Descriptor file = openFile(path, O_WRONLY | O_CREAT | O_EXCL);
+  if (!file) return false;
+  if (overwrite(file, bytes)) return true;
+  ::unlink(path.c_str());
+  return false;
+}
+
 // Where the links that start at `path` end, whether or not something stands there.
 std::string endOfLinks(std::filesystem::path path) {
   std::error_code error;
@@ -149,14 +158,15 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
 bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
   const std::string target = endOfLinks(toBytes(path));
   struct stat old {};
-  if (::stat(target.c_str(), &old) != 0) {
-    if (errno != ENOENT) return false;
-    return replaceByNewFile(target, bytes, nullptr) == Outcome::replaced;
+  const bool hasOldFile = ::stat(target.c_str(), &old) == 0;
+  if (hasOldFile) {
+    if (!S_ISREG(old.st_mode) || !openFile(target, O_WRONLY)) return false;
+  } else if (errno != ENOENT) {
+    return false;
   }
-  if (!S_ISREG(old.st_mode) || !openFile(target, O_WRONLY)) return false;
-  const Outcome outcome = replaceByNewFile(target, bytes, &old);
-  return outcome == Outcome::replaced ||
-         (outcome == Outcome::refused && overwriteInPlace(target, bytes));
+  const Outcome outcome = replaceByNewFile(target, bytes, hasOldFile ? &old : nullptr);
+  if (outcome != Outcome::refused) return outcome == Outcome::replaced;
+  return hasOldFile ? overwriteInPlace(target, bytes) : createInPlace(target, bytes);
 }
 
 bool writeFileAnew(const std::wstring& path,

@@ -79,6 +79,16 @@ bool overwriteInPlace(const std::wstring& path, std::span<const std::byte> bytes
   return false;
 }
 
+// Writes a file that is not there yet under its own name; nothing is left of it on false.
+bool createInPlace(const std::wstring& path, std::span<const std::byte> bytes) {
+  const auto file =
+      whenFree([&] { return openFile(path, GENERIC_WRITE, FILE_SHARE_DELETE, CREATE_NEW); });
+  if (!file) return false;
+  if (overwrite(file, bytes)) return true;
+  ::DeleteFileW(path.c_str());
+  return false;
+}
+
 bool mayBeWritten(const std::wstring& path) {
   const auto open = [&] { return openFile(path, GENERIC_WRITE, kShareAll, OPEN_EXISTING); };
   return static_cast<bool>(whenFree(open));
@@ -197,16 +207,16 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes) {
 
 bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes) {
   const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return replaceByNewFile(path, bytes, false) == Outcome::replaced;
+  const bool hasOldFile = attributes != INVALID_FILE_ATTRIBUTES;
+  if (hasOldFile) {
+    if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0) return false;
+    // A new file would replace the link instead of what it leads to.
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return overwriteInPlace(path, bytes);
+    if (!mayBeWritten(path)) return false;
   }
-  if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0) return false;
-  // A new file would replace the link instead of what it leads to.
-  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return overwriteInPlace(path, bytes);
-  if (!mayBeWritten(path)) return false;
-  const Outcome outcome = replaceByNewFile(path, bytes, true);
-  return outcome == Outcome::replaced ||
-         (outcome == Outcome::refused && overwriteInPlace(path, bytes));
+  const Outcome outcome = replaceByNewFile(path, bytes, hasOldFile);
+  if (outcome != Outcome::refused) return outcome == Outcome::replaced;
+  return hasOldFile ? overwriteInPlace(path, bytes) : createInPlace(path, bytes);
 }
 
 bool writeFileAnew(const std::wstring& path,

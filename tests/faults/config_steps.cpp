@@ -130,12 +130,9 @@ std::vector<std::wstring> ConfigSteps::linesAfterSave(const FaultHits& hits) con
 
 bool ConfigSteps::mustFailToReplace(const FaultHits& hits) const {
   const std::string path = bytesOf(engine_.state().paths.configPath);
-  const std::string beside = path + kBeside;
   if (!hasDataFolder_ || anyOn(hits, {"stat", "open"}, path)) return true;
-  if (anyOn(hits, {"write", "lseek", "ftruncate", "fsync"}, beside)) return true;
-  // An old file is written in place then.
-  const bool noFileBeside = anyOn(hits, {"open", "rename", "lstat", "fstat", "fchmod"}, beside);
-  return noFileBeside && !onDisk_;
+  // Without a file beside it, the file itself is written.
+  return anyOn(hits, {"write", "lseek", "ftruncate", "fsync"}, path + kBeside);
 }
 
 void ConfigSteps::checkFileAfterSave(bool saved, const FaultHits& hits, const RuleSet& rules) {

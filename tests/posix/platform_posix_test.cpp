@@ -302,6 +302,17 @@ TEST(PosixFile, PutsTheOldContentBackWhenTheDiskIsFullInPlace) {
   EXPECT_EQ(test::contentOf(path), old);
 }
 
+TEST(PosixFile, LeavesNoHalfOfAFileItCreatesInPlaceWhenTheDiskIsFull) {
+  const TempFolder folder;
+  const auto path = folder.file(L"file");
+  fs::create_directory(test::pathOf(path + L".quillgate-new"));
+  {
+    const FullDisk full(4096);
+    EXPECT_FALSE(replaceFile(path, bytesOf(std::string(10'000, 'x'))));
+  }
+  EXPECT_FALSE(pathExists(path));
+}
+
 TEST(PosixFile, ReportsALineThatDoesNotFitOnTheDisk) {
   EXPECT_FALSE(appendToFile(L"/dev/full", bytesOf("line")));
   const TempFolder folder;
