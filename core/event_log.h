@@ -44,7 +44,9 @@ class EventLog {
   // the log.
   void openView(std::size_t maxLines, const std::function<void(const std::wstring&)>& addLine);
 
-  // Empties the list and deletes the file; the next line starts both anew.
+  // Empties the list and then deletes the file; the next line starts both anew. A line that another
+  // thread writes in between stays in the list only. On Windows the file is kept if somebody has it
+  // open for 0.2 s.
   void clear();
 
  private:

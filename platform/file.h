@@ -44,7 +44,8 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
 [[nodiscard]] bool writeFileAnew(const std::wstring& path,
                                  std::initializer_list<std::span<const std::byte>> parts);
 
-// Deletes the file; false when there is none or the system refuses.
+// Deletes the file; false when there is none or the system refuses. Where others may keep it from
+// being deleted by having it open, on Windows, it is tried again for up to 0.2 s.
 bool removeFile(const std::wstring& path);
 
 }  // namespace quillgate::platform

@@ -31,8 +31,8 @@ struct FindCloser {
 };
 
 // Makes the call again for a while when it fails because somebody has the file open: a process that
-// reads or saves it at this moment, or a scanner that looks at what has just been written. For a
-// file that is being replaced, "access denied" can mean the same.
+// reads or saves it at this moment, a thread that appends to it, or a scanner that looks at what
+// has just been written. For a file that is being replaced, "access denied" can mean the same.
 template <typename Call>
 auto whenFree(Call call) {
   for (int attempt = 1;; ++attempt) {
@@ -226,6 +226,8 @@ bool writeFileAnew(const std::wstring& path,
          std::ranges::all_of(parts, [&](const auto& part) { return writeOnce(file, part); });
 }
 
-bool removeFile(const std::wstring& path) { return ::DeleteFileW(path.c_str()) != FALSE; }
+bool removeFile(const std::wstring& path) {
+  return whenFree([&] { return ::DeleteFileW(path.c_str()) != FALSE; });
+}
 
 }  // namespace quillgate::platform
