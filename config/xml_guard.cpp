@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quillgate {
 namespace {
@@ -45,131 +44,83 @@ std::optional<std::u16string> unitsOf(std::span<const std::byte> bytes) {
   return joinPairs(bytes.subspan(2), littleEndian ? 0 : 1);
 }
 
-constexpr Units kBlanks = u" \t\r\n";
+// The part of `text` behind the next `end`; nothing when there is none.
+Units behind(Units text, Units end) {
+  const std::size_t at = text.find(end);
+  return at == Units::npos ? Units() : text.substr(at + end.size());
+}
 
-// Walks over the markup of one document.
-class Scanner {
- public:
-  explicit Scanner(Units units) : rest_(units) {}
+// Whether "<" comes first, or after blanks. libxml2 finds out by itself that a document is EBCDIC,
+// where "<" is another byte.
+bool startsWithMarkup(Units document) {
+  const std::size_t first = document.find_first_not_of(u" \t\r\n");
+  return first != Units::npos && document[first] == u'<';
+}
 
-  bool accepts() {
-    if (rest_.find(u'\0') != Units::npos) return false;
-    if (rest_.starts_with(u"<?xml") && !acceptsDeclaration()) return false;
-    while (true) {
-      const std::size_t markup = rest_.find(u'<');
-      if (markup == Units::npos) return true;
-      rest_.remove_prefix(markup);
-      if (!acceptsMarkup()) return false;
+// Whether the XML declaration names an encoding that shows markup as ASCII, or none.
+bool hasKnownEncoding(Units document) {
+  constexpr std::array<std::string_view, 5> kKnown = {"utf-8", "utf-16", "us-ascii", "iso-8859-",
+                                                      "windows-125"};
+  if (!document.starts_with(u"<?xml")) return true;
+  const Units declaration = document.substr(0, document.find(u"?>"));
+  const std::size_t at = declaration.find(u"encoding");
+  if (at == Units::npos) return true;
+  const std::size_t open = declaration.find_first_of(u"\"'", at);
+  if (open == Units::npos || declaration.rfind(u"encoding") != at) return false;
+  std::string name;
+  for (const char16_t unit : declaration.substr(open + 1)) {
+    if (unit == declaration[open]) break;
+    name += unit < 128 ? static_cast<char>(unit | (unit >= 'A' && unit <= 'Z' ? 0x20 : 0)) : '?';
+  }
+  return std::ranges::any_of(kKnown, [&](auto known) { return name.starts_with(known); });
+}
+
+// Whether there is a DTD, which comes before the first element; so do comments and processing
+// instructions.
+bool hasDocumentType(Units document) {
+  while (true) {
+    document = document.substr(std::min(document.find(u'<'), document.size()));
+    if (document.starts_with(u"<!--")) {
+      document = behind(document.substr(4), u"-->");
+    } else if (document.starts_with(u"<?")) {
+      document = behind(document, u"?>");
+    } else {
+      return document.starts_with(u"<!");
     }
   }
+}
 
- private:
-  bool acceptsDeclaration() const {
-    constexpr std::array<std::string_view, 5> kKnown = {"utf-8", "utf-16", "us-ascii", "iso-8859-",
-                                                        "windows-125"};
-    const Units declaration = rest_.substr(0, rest_.find(u"?>"));
-    const std::size_t at = declaration.find(u"encoding");
-    if (at == Units::npos) return true;
-    const std::size_t open = declaration.find_first_of(u"\"'", at);
-    if (open == Units::npos) return false;
-    std::string name;
-    for (const char16_t unit : declaration.substr(open + 1)) {
-      if (unit == declaration[open]) break;
-      name += unit < 128 ? static_cast<char>(unit | (unit >= 'A' && unit <= 'Z' ? 0x20 : 0)) : '?';
-    }
-    return std::ranges::any_of(kKnown, [&](auto known) { return name.starts_with(known); });
+// Counts the attributes of the tag that `text` starts with and adds the prefixes that it declares.
+std::size_t countAttributes(Units text, std::size_t& prefixes) {
+  for (std::size_t attributes = 0;; ++attributes) {
+    const std::size_t quote = text.find_first_of(u"\"'>");
+    if (quote == Units::npos || text[quote] == u'>') return attributes;
+    if (text.substr(0, quote).find(u"xmlns:") != Units::npos) ++prefixes;
+    text = behind(text.substr(quote + 1), text.substr(quote, 1));
   }
+}
 
-  bool acceptsMarkup() {
-    if (rest_.starts_with(u"<?")) return skipPast(u"?>");
-    if (rest_.starts_with(u"<!--")) {
-      rest_.remove_prefix(4);
-      return skipPast(u"-->");
-    }
-    if (rest_.starts_with(u"<![CDATA[")) return skipPast(u"]]>");
-    if (rest_.starts_with(u"<!")) return false;
-    if (rest_.starts_with(u"</")) return closeElement() && skipPast(u">");
-    rest_.remove_prefix(1);
-    return acceptsStartTag();
+// Looks at every "<", whatever it is part of: between it and the next one is at most one tag, since
+// no value may hold one. What a comment or a CDATA section shows counts as well.
+bool hasModestTags(Units document) {
+  std::size_t prefixes = 0;
+  for (std::size_t at = document.find(u'<'); at != Units::npos;) {
+    const std::size_t next = document.find(u'<', at + 1);
+    const Units text = document.substr(at, next - at);
+    const bool isTag = !text.starts_with(u"<!") && !text.starts_with(u"<?");
+    if (isTag && countAttributes(text, prefixes) > kMaxXmlAttributes) return false;
+    if (prefixes > kMaxXmlPrefixes) return false;
+    at = next;
   }
-
-  bool acceptsStartTag() {
-    const std::size_t outerPrefixes = prefixes_.size();
-    std::vector<Units> names = {takeName()};
-    while (true) {
-      skipBlanks();
-      if (rest_.starts_with(u'>') || rest_.starts_with(u"/>")) break;
-      const Units name = takeName();
-      if (name.empty() || !skipValue() || names.size() > kMaxXmlAttributes) return false;
-      if (name.starts_with(u"xmlns:")) {
-        prefixes_.push_back(name.substr(6));
-      } else {
-        names.push_back(name);
-      }
-    }
-    if (prefixes_.size() > kMaxXmlAttributes) return false;
-    if (!std::ranges::all_of(names, [this](Units name) { return isBound(name); })) return false;
-
-    outerPrefixes_.push_back(outerPrefixes);
-    if (outerPrefixes_.size() > kMaxXmlDepth) return false;
-    return rest_.front() == u'>' || closeElement();
-  }
-
-  bool closeElement() {
-    if (outerPrefixes_.empty()) return false;
-    prefixes_.resize(outerPrefixes_.back());
-    outerPrefixes_.pop_back();
-    return true;
-  }
-
-  bool isBound(Units name) const {
-    const std::size_t colon = name.find(u':');
-    if (colon == Units::npos) return true;
-    const Units prefix = name.substr(0, colon);
-    return name.find(u':', colon + 1) == Units::npos && colon + 1 < name.size() &&
-           (prefix == u"xml" || std::ranges::find(prefixes_, prefix) != prefixes_.end());
-  }
-
-  void skipBlanks() {
-    rest_.remove_prefix(std::min(rest_.find_first_not_of(kBlanks), rest_.size()));
-  }
-
-  Units takeName() {
-    const Units name = rest_.substr(0, rest_.find_first_of(u" \t\r\n=/><\"'"));
-    rest_.remove_prefix(name.size());
-    return name;
-  }
-
-  // Skips the "=" and the quoted value of an attribute.
-  bool skipValue() {
-    skipBlanks();
-    if (!rest_.starts_with(u'=')) return false;
-    rest_.remove_prefix(1);
-    skipBlanks();
-    if (!rest_.starts_with(u'"') && !rest_.starts_with(u'\'')) return false;
-    const Units quote = rest_.substr(0, 1);
-    rest_.remove_prefix(1);
-    return skipPast(quote);
-  }
-
-  bool skipPast(Units end) {
-    const std::size_t at = rest_.find(end);
-    if (at == Units::npos) return false;
-    rest_.remove_prefix(at + end.size());
-    return true;
-  }
-
-  Units rest_;
-  std::vector<Units> prefixes_;  // declared where the scanner stands, outermost first
-  std::vector<std::size_t>
-      outerPrefixes_;  // for each open element, how many its surroundings declare
-};
+  return true;
+}
 
 }  // namespace
 
 bool isAcceptableXml(std::span<const std::byte> bytes) {
   const std::optional<std::u16string> units = unitsOf(bytes);
-  return units && Scanner(*units).accepts();
+  return units && units->find(u'\0') == Units::npos && startsWithMarkup(*units) &&
+         hasKnownEncoding(*units) && !hasDocumentType(*units) && hasModestTags(*units);
 }
 
 }  // namespace quillgate

@@ -1,16 +1,19 @@
 // What must hold for the bytes of a rule file before an XML library may see them. Pure; any thread.
 //
-// The libraries differ in what they let pass and in what they do not limit. These rules make a file
-// that one system accepts a file that the other accepts, and keep hostile files cheap:
-//  - the encoding is UTF-16 with a byte-order mark, or one whose bytes below 128 are ASCII (UTF-8,
-//    US-ASCII, ISO 8859, Windows 125x), so that markup can be seen without decoding;
-//  - no NUL anywhere: a library may take it for the end;
-//  - no DTD: without one there are no entities to expand and nothing outside to open;
-//  - every namespace prefix is declared;
-//  - elements nest at most kMaxXmlDepth deep, one tag has at most kMaxXmlAttributes attributes, and
-//  at most
-//    that many prefixes are declared at once, since libraries take time quadratic in those.
-// Everything else that makes a document well-formed is left to the library.
+// It makes hostile files cheap, and a file that one system accepts a file that the other accepts.
+// Below, libxml2 is the library on Linux; wine's MSXML is made of it. MSXML 6 is that of Windows.
+//  - The encoding shows markup without decoding: for all of them, since the rest builds on it.
+//    It is UTF-16 with a byte-order mark, or one whose bytes below 128 are ASCII.
+//  - No NUL, and no half unit of UTF-16 at the end: for libxml2, which stops there and accepts what
+//    came before.
+//  - No DTD: for libxml2, which would take default attributes and entities from it. MSXML 6
+//    prohibits DTDs unless it is told otherwise.
+//  - Limits of attributes and prefixes: for libxml2, which takes time quadratic in them. How MSXML
+//  6
+//    takes them is not documented.
+//
+// The libraries themselves see to everything else that makes a document well-formed, to undeclared
+// prefixes (but wine's MSXML, which drops them), and to elements nested more than 256 deep.
 #pragma once
 
 #include <cstddef>
@@ -18,8 +21,10 @@
 
 namespace quillgate {
 
-inline constexpr std::size_t kMaxXmlDepth = 256;
+// For one tag.
 inline constexpr std::size_t kMaxXmlAttributes = 128;
+// For all tags of a file together.
+inline constexpr std::size_t kMaxXmlPrefixes = 128;
 
 [[nodiscard]] bool isAcceptableXml(std::span<const std::byte> bytes);
 

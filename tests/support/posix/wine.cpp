@@ -1,0 +1,7 @@
+#include "tests/support/wine.h"
+
+namespace quillgate::test {
+
+bool runsUnderWine() { return false; }
+
+}  // namespace quillgate::test
