@@ -35,13 +35,16 @@ std::u16string joinPairs(std::span<const std::byte> bytes, std::size_t low) {
   return units;
 }
 
+bool hasUtf16Mark(std::span<const std::byte> bytes) {
+  return startsWith(bytes, {0xFF, 0xFE}) || startsWith(bytes, {0xFE, 0xFF});
+}
+
 // Nothing for UTF-16 that ends in the middle of a unit.
 std::optional<std::u16string> unitsOf(std::span<const std::byte> bytes) {
   if (startsWith(bytes, {0xEF, 0xBB, 0xBF})) return widen(bytes.subspan(3));
-  const bool littleEndian = startsWith(bytes, {0xFF, 0xFE});
-  if (!littleEndian && !startsWith(bytes, {0xFE, 0xFF})) return widen(bytes);
+  if (!hasUtf16Mark(bytes)) return widen(bytes);
   if (bytes.size() % 2 != 0) return std::nullopt;
-  return joinPairs(bytes.subspan(2), littleEndian ? 0 : 1);
+  return joinPairs(bytes.subspan(2), startsWith(bytes, {0xFF, 0xFE}) ? 0 : 1);
 }
 
 // The part of `text` behind the next `end`; nothing when there is none.
@@ -57,10 +60,18 @@ bool startsWithMarkup(Units document) {
   return first != Units::npos && document[first] == u'<';
 }
 
-// Whether the XML declaration names an encoding that shows markup as ASCII, or none.
-bool hasKnownEncoding(Units document) {
-  constexpr std::array<std::string_view, 5> kKnown = {"utf-8", "utf-16", "us-ascii", "iso-8859-",
-                                                      "windows-125"};
+// How the names of encodings start in which every byte that is markup in ASCII is the same markup,
+// wherever it stands. In some of them, such as Shift_JIS, such a byte may be the second half of a
+// character if it is a letter or one of @[\]^_`{|}~; the scan below looks at none of these alone.
+// Not among them: UTF-7, EBCDIC, ISO 2022 and others that shift, Johab.
+constexpr auto kAsciiBased = std::to_array<std::string_view>(
+    {"utf-8", "us-ascii", "iso-8859-", "windows-125", "windows-874", "windows-31j", "koi8-",
+     "shift_jis", "euc-", "gb2312", "gbk", "gb18030", "big5", "tis-620", "macintosh", "ibm437",
+     "ibm85", "ibm86"});
+
+// Whether the XML declaration, if there is one, names an encoding that shows the document as it was
+// read here.
+bool hasRightEncoding(Units document, bool isUtf16) {
   if (!document.starts_with(u"<?xml")) return true;
   const Units declaration = document.substr(0, document.find(u"?>"));
   const std::size_t at = declaration.find(u"encoding");
@@ -72,7 +83,8 @@ bool hasKnownEncoding(Units document) {
     if (unit == declaration[open]) break;
     name += unit < 128 ? static_cast<char>(unit | (unit >= 'A' && unit <= 'Z' ? 0x20 : 0)) : '?';
   }
-  return std::ranges::any_of(kKnown, [&](auto known) { return name.starts_with(known); });
+  if (isUtf16) return name.starts_with("utf-16");
+  return std::ranges::any_of(kAsciiBased, [&](auto start) { return name.starts_with(start); });
 }
 
 // Whether there is a DTD, which comes before the first element; so do comments and processing
@@ -120,7 +132,8 @@ bool hasModestTags(Units document) {
 bool isAcceptableXml(std::span<const std::byte> bytes) {
   const std::optional<std::u16string> units = unitsOf(bytes);
   return units && units->find(u'\0') == Units::npos && startsWithMarkup(*units) &&
-         hasKnownEncoding(*units) && !hasDocumentType(*units) && hasModestTags(*units);
+         hasRightEncoding(*units, hasUtf16Mark(bytes)) && !hasDocumentType(*units) &&
+         hasModestTags(*units);
 }
 
 }  // namespace quillgate

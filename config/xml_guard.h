@@ -3,7 +3,8 @@
 // It makes hostile files cheap, and a file that one system accepts a file that the other accepts.
 // Below, libxml2 is the library on Linux; wine's MSXML is made of it. MSXML 6 is that of Windows.
 //  - The encoding shows markup without decoding: for all of them, since the rest builds on it.
-//    It is UTF-16 with a byte-order mark, or one whose bytes below 128 are ASCII.
+//    It is UTF-16 with a byte-order mark, or one in which a byte that is markup in ASCII is the
+//    same markup wherever it stands. Which of those it can read is the library's business.
 //  - No NUL, and no half unit of UTF-16 at the end: for libxml2, which stops there and accepts what
 //    came before.
 //  - No DTD: for libxml2, which would take default attributes and entities from it. MSXML 6

@@ -245,6 +245,13 @@ TEST_F(ConfigFileTest, ReadsUtf16AndLatin1AndMarks) {
   expectLoaded("\xEF\xBB\xBF<config/>");
 }
 
+TEST_F(ConfigFileTest, ReadsAnEncodingInWhichCharactersEndInAsciiBytes) {
+  expectLoaded(
+      "<?xml version='1.0' encoding='GBK'?><config><rules><rule id='1'><targetIp>"
+      "\xC4\xE3\x81]</targetIp></rule></rules></config>");
+  EXPECT_EQ(rules[0].targetIp, L"\u4F60\u4E5A");
+}
+
 TEST_F(ConfigFileTest, ReadsCharactersBeyondSixteenBits) {
   const std::wstring target = loadRule("<targetIp>\xF0\x9F\x98\x80</targetIp>").targetIp;
   EXPECT_EQ(target, L"\U0001F600");

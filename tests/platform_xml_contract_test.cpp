@@ -55,6 +55,22 @@ TEST(PlatformXml, ReadsEveryUsualEncoding) {
   EXPECT_EQ(rootTextOf("\xFE\xFF\0<\0r\0>\x20\xAC\0<\0/\0r\0>"s), L"\u20ac");
 }
 
+TEST(PlatformXml, ReadsEncodingsOfOtherScripts) {
+  if (test::runsUnderWine()) GTEST_SKIP() << "wine's library has only GBK of these";
+  const auto inEncoding = [](const std::string& encoding, const std::string& text) {
+    return rootTextOf("<?xml version='1.0' encoding='" + encoding + "'?><r>" + text + "</r>");
+  };
+  EXPECT_EQ(inEncoding("KOI8-R", "\xC1"), L"\u0430");
+  EXPECT_EQ(inEncoding("windows-874", "\xA1"), L"\u0E01");
+  EXPECT_EQ(inEncoding("Shift_JIS", "\x83]"), L"\u30BE");
+  EXPECT_EQ(inEncoding("EUC-JP", "\xA5\xBE"), L"\u30BE");
+  EXPECT_EQ(inEncoding("EUC-KR", "\xB0\xA1"), L"\uAC00");
+  EXPECT_EQ(inEncoding("GB2312", "\xC4\xE3"), L"\u4F60");
+  EXPECT_EQ(inEncoding("GBK", "\xC4\xE3"), L"\u4F60");
+  EXPECT_EQ(inEncoding("GB18030", "\xC4\xE3"), L"\u4F60");
+  EXPECT_EQ(inEncoding("Big5", "\xA7\x41"), L"\u4F60");
+}
+
 TEST(PlatformXml, RefusesWhatIsNotWellFormed) {
   for (const char* xml : {"",
                           " ",

@@ -48,6 +48,7 @@ TEST(XmlGuard, TakesNoOtherMarkupForADocumentType) {
   EXPECT_TRUE(accepts("<!--><!DOCTYPE a>--><config/>"));
   EXPECT_FALSE(accepts("<!----><!DOCTYPE a><config/>"));
   EXPECT_FALSE(accepts("<?p?><!DOCTYPE a><config/>"));
+  EXPECT_FALSE(accepts("<!x><config/>"));
 }
 
 TEST(XmlGuard, RefusesDocumentTypesWhereverTheyStand) {
@@ -74,21 +75,71 @@ TEST(XmlGuard, ReadsUtf16OnlyWithItsMarkAndInWholeUnits) {
   EXPECT_FALSE(accepts("\xFF\xFE" + utf16(u"<config/>", true) + " "));
 }
 
-TEST(XmlGuard, RefusesEncodingsThatCouldHideMarkup) {
-  const auto declared = [](const std::string& encoding) {
-    return "<?xml version='1.0' encoding='" + encoding + "'?><config/>";
-  };
-  for (const char* known :
-       {"UTF-8", "utf-8", "UTF-16", "US-ASCII", "ISO-8859-1", "iso-8859-15", "Windows-1252"}) {
-    EXPECT_TRUE(accepts(declared(known))) << known;
-  }
-  for (const char* other :
-       {"UTF-7", "UTF-32", "EBCDIC-CP-US", "Shift_JIS", "ISO-2022-JP", "", "x", "\xE9"}) {
-    EXPECT_FALSE(accepts(declared(other))) << other;
+std::string declaring(const std::string& encoding) {
+  return "<?xml version='1.0' encoding='" + encoding + "'?><config/>";
+}
+
+TEST(XmlGuard, AcceptsEncodingsThatKeepAsciiMarkup) {
+  for (const char* encoding :
+       {"UTF-8",       "utf-8",       "US-ASCII",  "ISO-8859-1", "iso-8859-15", "Windows-1252",
+        "windows-874", "windows-31j", "KOI8-R",    "koi8-u",     "Shift_JIS",   "EUC-JP",
+        "euc-kr",      "EUC-TW",      "GB2312",    "GBK",        "GB18030",     "Big5",
+        "Big5-HKSCS",  "TIS-620",     "macintosh", "IBM437",     "ibm850",      "IBM866"}) {
+    EXPECT_TRUE(accepts(declaring(encoding))) << encoding;
   }
   EXPECT_TRUE(accepts("<?xml version=\"1.0\" encoding = \"UTF-8\" ?><config/>"));
+  EXPECT_TRUE(accepts("\xEF\xBB\xBF" + declaring("UTF-8")));
+}
+
+TEST(XmlGuard, RefusesEncodingsThatCouldHideMarkup) {
+  for (const char* encoding : {"UTF-7",
+                               "UNICODE-1-1-UTF-7",
+                               "csUnicode11UTF7",
+                               "UTF-32",
+                               "ISO-10646-UCS-4",
+                               "EBCDIC-CP-US",
+                               "IBM037",
+                               "cp037",
+                               "IBM500",
+                               "IBM1047",
+                               "IBM870",
+                               "IBM871",
+                               "IBM880",
+                               "ISO-2022-JP",
+                               "ISO-2022-KR",
+                               "ISO-2022-CN",
+                               "HZ-GB-2312",
+                               "GB_2312-80",
+                               "JOHAB",
+                               "windows-1361",
+                               "",
+                               "x",
+                               "\xE9"}) {
+    EXPECT_FALSE(accepts(declaring(encoding))) << encoding;
+  }
   EXPECT_FALSE(accepts("<?xml version='1.0' encoding?><config/>"));
   EXPECT_FALSE(accepts("<?xml version='1.0' encoding='x?><config/>"));
+  EXPECT_FALSE(accepts("<?xml version=\"encoding='UTF-8'\" encoding='UTF-7'?><config/>"));
+}
+
+TEST(XmlGuard, ReadsAsManyBitsAsTheDeclarationSays) {
+  EXPECT_FALSE(accepts(declaring("UTF-16")));
+  const auto wide = [](const std::u16string& encoding) {
+    return "\xFF\xFE" + utf16(u"<?xml version='1.0' encoding='" + encoding + u"'?><config/>", true);
+  };
+  EXPECT_TRUE(accepts(wide(u"UTF-16")));
+  EXPECT_TRUE(accepts(wide(u"utf-16le")));
+  EXPECT_FALSE(accepts(wide(u"UTF-8")));
+  EXPECT_FALSE(accepts(wide(u"ISO-8859-1")));
+}
+
+// In Shift_JIS, "\x83]" is one character and "\x83]]>" does not end a CDATA section.
+TEST(XmlGuard, FindsTagsBehindCharactersThatEndInAMarkOfMarkup) {
+  const std::string tag = "<a" + repeated(" a=''", kMaxXmlAttributes + 1) + "/>";
+  EXPECT_FALSE(
+      accepts("<?xml version='1.0' encoding='Shift_JIS'?><config>"
+              "<![CDATA[\x83]]> <!-- ]]>" +
+              tag + "--></config>"));
 }
 
 TEST(XmlGuard, LimitsTheAttributesOfATag) {
