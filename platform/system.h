@@ -23,9 +23,9 @@ struct LocalTime {
 
 // Prepares what the other seams need: sockets, and on Windows COM on the calling thread. Where the
 // system limits descriptors, as Linux does, sets that limit to the most that the system allows but
-// no more than half of the threads that it allows, so that clients who open sessions without end
-// are stopped by the first of them, which is harmless. Called once, by the main thread, before any
-// other function of the seams. False when there are no sockets.
+// no more than two thirds of the threads that it allows, so that clients who open sessions without
+// end are stopped by the first of them, which is harmless. Called once, by the main thread, before
+// any other function of the seams. False when there are no sockets.
 [[nodiscard]] bool startPlatform() noexcept;
 
 // Ends what startPlatform() began, on the same thread. Where that ends the socket library too, as

@@ -90,12 +90,13 @@ rlim_t threadsAllowed() {
 
 // A session never has more threads than sockets until it has closed them, and a moment later it has
 // none. So where descriptors are fewer than threads, they run out first, which makes listeners
-// pause; without a thread the process would end. Half of the threads are for sessions that are just
-// ending and for other programs.
+// pause; without a thread the process would end. At worst all sessions have closed their sockets,
+// and each still has one of its two threads, when as many new ones come: three threads for two
+// descriptors.
 void setDescriptorLimit() {
   rlimit limit{};
   if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  limit.rlim_cur = std::min(limit.rlim_max, threadsAllowed() / 2);
+  limit.rlim_cur = std::min(limit.rlim_max, threadsAllowed() / 3 * 2);
   ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
