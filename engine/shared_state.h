@@ -27,8 +27,10 @@ struct SharedState {
 // folder that cannot be created shows up later, when a file in it cannot be written.
 void prepareDataFolder(SharedState& state);
 
-// Start-up, second step: loads the rules from config.xml and saves them back at once, also
-// after a load that failed, so that there always is a file in the program's own form.
+// Start-up, second step: loads the rules from config.xml and saves them back at once, also after a
+// load that failed, so that there always is a file in the program's own form. A file that cannot be
+// loaded is copied to config.xml.bad first, unless it has more than 64 MiB or the copy fails; an
+// earlier copy is replaced.
 void loadRules(SharedState& state);
 
 }  // namespace quillgate

@@ -67,6 +67,35 @@ void ConfigSteps::makeDataFolder() {
   EXPECT_TRUE(hasDataFolder_ || anyOf(faultHits(), {"mkdir", "stat"}));
 }
 
+void ConfigSteps::startWithBadFile() {
+  if (!hasDataFolder_) return;
+  const std::wstring& path = engine_.state().paths.configPath;
+  const std::string bad = "<config><rules>";
+  writeFile(path, bad);
+  const FaultHits before = faultHits();
+  asProgram([&] { loadRules(engine_.state()); });
+  const FaultHits hits = faultHits().since(before);
+  const Lines lines = engine_.messages();
+  ASSERT_EQ(lines.size(), expected_.size() + 2);
+  expected_ = lines;
+  if (hits.all() == 0) {
+    EXPECT_EQ(lines[0], L"Failed to load XML (parse error) -> defaults used. Path=" + path);
+    EXPECT_EQ(lines[1], L"Saved XML: " + path);
+  }
+  EXPECT_EQ(engine_.state().rules.snapshot(), RuleSet{});
+  if (!lines.back().starts_with(L"Saved")) {
+    EXPECT_EQ(contentOf(path), bad);
+    return;
+  }
+  EXPECT_EQ(rulesIn(path), RuleSet{});
+  const std::wstring aside = path + L".bad";
+  const Calls calls{"open",  "read",  "stat",      "lstat", "fstat",
+                    "write", "lseek", "ftruncate", "fsync"};
+  const bool mayBeLost = anyOn(hits, calls, bytesOf(path)) || anyOn(hits, calls, bytesOf(aside)) ||
+                         anyOn(hits, calls, bytesOf(aside) + kBeside);
+  EXPECT_TRUE(mayBeLost || contentOf(aside) == bad);
+}
+
 void ConfigSteps::load() {
   const FaultHits before = faultHits();
   RuleSet rules;

@@ -19,6 +19,8 @@ class ConfigSteps {
       : engine_(engine), dataHome_(std::move(dataHome)), expected_(expected) {}
 
   void makeDataFolder();
+  // A start with a rule file that does not load.
+  void startWithBadFile();
   // The rule file into the rule table.
   void load();
   // `rules` into the rule table and the rule file.

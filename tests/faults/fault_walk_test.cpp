@@ -45,6 +45,13 @@ void configuring() {
   life.end();
 }
 
+// A life that begins with a rule file that does not load.
+void settingAside() {
+  ProgramLife life;
+  life.startWithBadFile();
+  life.end();
+}
+
 // Nothing of a life may be left.
 void liveOnce(void (*life)(), const std::optional<Fault>& fault, Weather weather = Weather::fair) {
   const ProcessResources before = processResources();
@@ -100,6 +107,10 @@ TEST_F(FaultWalk, SurvivesEveryFailedCallOfTheXmlLibrary) { walk(configuring, is
 TEST_F(FaultWalk, SurvivesEveryFailedCallOfTheSystem) {
   walk(forwarding,
        [](const std::string& call) { return !isOfXml(call) && !kFatalCalls.contains(call); });
+}
+
+TEST_F(FaultWalk, LosesNoBadRuleFileToAFailedCall) {
+  walk(settingAside, [](const std::string& call) { return !isOfXml(call); });
 }
 
 }  // namespace

@@ -16,6 +16,11 @@ void ProgramLife::configure(const RuleSet& rules) {
   config_.load();
 }
 
+void ProgramLife::startWithBadFile() {
+  config_.makeDataFolder();
+  config_.startWithBadFile();
+}
+
 void ProgramLife::forward() {
   engine_.state().rules.replace(relay_.rules());
   relay_.start();

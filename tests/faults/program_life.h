@@ -16,6 +16,8 @@ class ProgramLife {
  public:
   // The first start finds no rule file; a later one finds what the program has written.
   void configure(const RuleSet& rules);
+  // The first start finds a rule file that does not load.
+  void startWithBadFile();
   // Two sessions and a UDP client; one session ends after the server has stopped.
   void forward();
   // Everything was said, and the log's file has what could be written to it.

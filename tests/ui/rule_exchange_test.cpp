@@ -181,6 +181,8 @@ TEST_F(RuleExchange, ReportsAFailedImportAndChangesNothing) {
             L"Failed to load XML (parse error) -> defaults used. Path=" + path);
   EXPECT_THAT(row(0), ElementsAre(L"off", L"TCP", L"1", L"10.0.0.1", L"80"));
   EXPECT_EQ(config(), configBytes(someRules()));
+  EXPECT_THAT(exports.names(), ElementsAre(L"rules.xml"));
+  EXPECT_EQ(contentOf(files.configPath + L".bad"), std::nullopt);
 }
 
 TEST_F(RuleExchange, GoesWithTheMainWindowWhileADialogIsOpen) {

@@ -72,6 +72,7 @@ TEST_F(StartUp, ReplacesARuleFileThatCannotBeParsed) {
       ElementsAre(L"Failed to load XML (parse error) -> defaults used. Path=" + files.configPath,
                   L"Saved XML: " + files.configPath, L"Starting server...", L"Server started."));
   EXPECT_EQ(contentOf(files.configPath), configBytes(RuleSet{}));
+  EXPECT_EQ(contentOf(files.configPath + L".bad"), "<config><rules>");
 }
 
 TEST_F(StartUp, ReplacesARuleFileWithAnotherDocumentElement) {
