@@ -2,11 +2,13 @@
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <libxml/xmlmemory.h>
 #include <libxml/xmlsave.h>
 #include <libxml/xpath.h>
 #include <libxml/xpathInternals.h>
 
 #include <climits>
+#include <type_traits>
 
 #include "platform/posix/text.h"
 
@@ -32,7 +34,10 @@ constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NO
 
 xmlParserInput* refuseExternalEntity(const char*, const char*, xmlParserCtxt*) { return nullptr; }
 
-void ignoreError(void*, xmlError*) {}
+// The error is const since libxml2 2.12; each version gets the function it asks for.
+constexpr auto kIgnoreError = [](void*, auto*) {};
+static_assert(std::is_convertible_v<decltype(kIgnoreError), void (*)(void*, xmlError*)>);
+static_assert(std::is_convertible_v<decltype(kIgnoreError), void (*)(void*, const xmlError*)>);
 
 // Text for the library, alive until the end of the full expression that makes it.
 class LibraryText {
@@ -48,7 +53,7 @@ xmlNode* firstElement(xmlDoc* doc, xmlNode* from, const std::wstring& path) {
   if (doc == nullptr) return nullptr;
   const XPathOwner context(xmlXPathNewContext(doc));
   if (!context) return nullptr;
-  context->error = &ignoreError;
+  context->error = kIgnoreError;
   context->node = from;
   const XPathResultOwner result(xmlXPathEvalExpression(LibraryText(path), context.get()));
   if (!result || result->type != XPATH_NODESET) return nullptr;
