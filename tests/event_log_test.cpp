@@ -258,6 +258,7 @@ TEST_F(EventLogTest, KeepsTheOrderOfTheListInTheFileWhateverTheThreads) {
 TEST_F(EventLogTest, LosesNoLineBetweenReadersAndWriters) {
   constexpr int kLines = 3000;
   std::thread writer([this] { writeNumbered(1, kLines); });
+  EXPECT_TRUE(test::eventually([&] { return notifier.lineNotices > 0; }));
   Lines seen = messagesOf(openedView(log, 10000));
   EXPECT_TRUE(test::eventually([&] {
     for (const auto& message : messagesOf(log.takeNewLines())) seen.push_back(message);
