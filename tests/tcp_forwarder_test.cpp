@@ -372,6 +372,11 @@ class TcpSessionTest : public testing::Test {
                   rule);
   }
 
+  // Expects that the session ends though its client stays.
+  void runToItsEnd(const ForwardRule& rule, const platform::SocketAddress& from) {
+    test::expectReturns([&] { run(rule, from); }, [&] { pair.client.close(); });
+  }
+
   TestEngine engine;
   test::ConnectedPair pair = test::connectedPair();
   const platform::SocketAddress peer = test::loopback(40000);
@@ -379,7 +384,7 @@ class TcpSessionTest : public testing::Test {
 
 TEST_F(TcpSessionTest, ClosesTheClientWhenTheTargetDoesNotResolve) {
   const std::wstring host(300, L'x');  // longer than any name may be
-  run(ruleFor(Protocol::tcp, 8080, 80, host), peer);
+  runToItsEnd(ruleFor(Protocol::tcp, 8080, 80, host), peer);
   const std::wstring text = L"[TCP] FROM 127.0.0.1:40000  Resolve failed for " + host + L":80";
   EXPECT_EQ(engine.messages(), Lines{text});
   EXPECT_EQ(engine.capturedTexts(2), Lines{text});
@@ -388,7 +393,7 @@ TEST_F(TcpSessionTest, ClosesTheClientWhenTheTargetDoesNotResolve) {
 
 TEST_F(TcpSessionTest, ClosesTheClientWhenTheTargetRefuses) {
   const std::uint16_t nobody = test::freePort(Transport::tcp);
-  run(ruleFor(Protocol::tcp, 8080, nobody), peer);
+  runToItsEnd(ruleFor(Protocol::tcp, 8080, nobody), peer);
   const std::wstring text =
       L"[TCP] FROM 127.0.0.1:40000  Connect failed to 127.0.0.1:" + std::to_wstring(nobody);
   EXPECT_EQ(engine.messages(), Lines{text});
@@ -398,7 +403,7 @@ TEST_F(TcpSessionTest, ClosesTheClientWhenTheTargetRefuses) {
 
 TEST_F(TcpSessionTest, ShowsAnAddressThatCannotBeConvertedAsAQuestionMark) {
   const std::uint16_t nobody = test::freePort(Transport::tcp);
-  run(ruleFor(Protocol::tcp, 8080, nobody), platform::SocketAddress{});
+  runToItsEnd(ruleFor(Protocol::tcp, 8080, nobody), platform::SocketAddress{});
   EXPECT_EQ(engine.messages(),
             Lines{L"[TCP] FROM ?  Connect failed to 127.0.0.1:" + std::to_wstring(nobody)});
 }
@@ -420,6 +425,19 @@ TEST_F(TcpSessionTest, ShowsThatAddressInEveryTextOfASession) {
             (Lines{L"[TCP] " + route, L"[TCP] Session closed FROM ? (local 8080)"}));
   EXPECT_EQ(engine.capturedTexts(2), (Lines{L"[TCP] SESSION " + route, L"[TCP] C->S FROM ?  ",
                                             L"[TCP] Session closed FROM ? (local 8080)"}));
+}
+
+TEST_F(TcpSessionTest, LogsWhatHappensBeforeItCapturesIt) {
+  std::vector<std::size_t> capturedAtLines;
+  engine.notifier().onLine = [&] { capturedAtLines.push_back(engine.capturedTexts().size()); };
+  const Socket target = test::listenOnLoopback();
+  pair.client.close();
+  std::thread session([&] { run(ruleFor(Protocol::tcp, 8080, test::localPort(target)), peer); });
+  acceptFrom(target).close();
+  session.join();
+  pair = test::connectedPair();
+  runToItsEnd(ruleFor(Protocol::tcp, 8080, test::freePort(Transport::tcp)), peer);
+  EXPECT_EQ(capturedAtLines, (std::vector<std::size_t>{0, 1, 2}));  // opened, closed, refused
 }
 
 TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItSaysSo) {

@@ -361,6 +361,21 @@ TEST_F(UdpWorkerTest, IsActiveFromItsStartToItsEnd) {
   EXPECT_FALSE(active);
 }
 
+TEST_F(UdpWorkerTest, LogsAClientBeforeItCapturesIt) {
+  engine.state().monitor.choose(kFilterAll);
+  std::vector<std::size_t> capturedAtLines;
+  engine.notifier().onLine = [&] { capturedAtLines.push_back(engine.capturedTexts().size()); };
+  const Socket target = test::udpOnLoopback();
+  const Socket client = test::udpOnLoopback();
+  std::thread worker([&] { run(ruleFor(Protocol::udp, port, test::localPort(target))); });
+  EXPECT_NE(engine.waitForPrefix(L"[UDP] Listening"), L"");
+  EXPECT_TRUE(sendDatagramTo(client, port, "x"));
+  EXPECT_TRUE(receiveNextDatagram(target));
+  running = false;
+  worker.join();
+  EXPECT_EQ(capturedAtLines, (std::vector<std::size_t>{0, 0, 2}));  // listening, client, stopped
+}
+
 TEST_F(UdpWorkerTest, KeepsABurstThatComesWhileItIsBusy) {
   constexpr int kBurst = 120;  // more than the systems' own receive buffers hold
   const Socket target = test::udpOnLoopback();
