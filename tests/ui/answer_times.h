@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,24 +13,19 @@
 
 namespace quillgate::test {
 
-// Clicks on "Status" with the mouse and waits until the panel folds in or out.
+// The times that the program took to answer.
 class AnswerTimes {
  public:
-  // Moves the other window away from the buttons of the main window.
-  AnswerTimes(HWND mainWindow, HWND otherWindow) : mainWindow_(mainWindow) {
-    RECT outer{};
-    GetWindowRect(mainWindow_, &outer);
-    SetWindowPos(otherWindow, nullptr, outer.left, outer.bottom, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
-    // A click may get lost while the window becomes the active one.
-    EXPECT_TRUE(eventually([this] { return answersWithin(std::chrono::seconds(1)); }));
+  // Notes how long `isAnswered` takes, which asks for something and waits for it.
+  void measure(const std::function<bool()>& isAnswered) {
+    const auto asked = Clock::now();
+    EXPECT_TRUE(isAnswered());
+    times_.push_back(Clock::now() - asked);
   }
 
-  void measure(std::chrono::seconds time) {
-    for (const auto end = Clock::now() + time; Clock::now() < end;) {
-      const auto asked = Clock::now();
-      EXPECT_TRUE(answersWithin(kDeadline));
-      times_.push_back(Clock::now() - asked);
-    }
+  // The same again and again, for this time.
+  void measureFor(std::chrono::seconds time, const std::function<bool()>& isAnswered) {
+    for (const auto end = Clock::now() + time; Clock::now() < end;) measure(isAnswered);
   }
 
   // Puts the times into the test's report, in milliseconds, and returns the slowest.
@@ -45,12 +41,6 @@ class AnswerTimes {
  private:
   using Clock = std::chrono::steady_clock;
 
-  bool answersWithin(std::chrono::milliseconds time) const {
-    const int former = outerSize(mainWindow_).height;
-    clickWithMouse(GetDlgItem(mainWindow_, IDC_STATUS));
-    return eventually([&] { return outerSize(mainWindow_).height != former; }, time);
-  }
-
   [[nodiscard]] std::chrono::milliseconds at(std::size_t percent) const {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
         times_[(times_.size() - 1) * percent / 100]);
@@ -60,8 +50,31 @@ class AnswerTimes {
     testing::Test::RecordProperty(name, std::to_string(number));
   }
 
-  HWND mainWindow_;
   std::vector<Clock::duration> times_;
+};
+
+// Clicks on "Status" with the mouse and waits until the panel folds in or out.
+class StatusClick {
+ public:
+  // Moves the other window away from the buttons of the main window.
+  StatusClick(HWND mainWindow, HWND otherWindow) : mainWindow_(mainWindow) {
+    RECT outer{};
+    GetWindowRect(mainWindow_, &outer);
+    SetWindowPos(otherWindow, nullptr, outer.left, outer.bottom, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    // A click may get lost while the window becomes the active one.
+    EXPECT_TRUE(eventually([this] { return isAnsweredWithin(std::chrono::seconds(1)); }));
+  }
+
+  bool operator()() const { return isAnsweredWithin(kDeadline); }
+
+ private:
+  [[nodiscard]] bool isAnsweredWithin(std::chrono::milliseconds time) const {
+    const int former = outerSize(mainWindow_).height;
+    clickWithMouse(GetDlgItem(mainWindow_, IDC_STATUS));
+    return eventually([&] { return outerSize(mainWindow_).height != former; }, time);
+  }
+
+  HWND mainWindow_;
 };
 
 }  // namespace quillgate::test

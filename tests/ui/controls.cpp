@@ -47,6 +47,26 @@ std::vector<std::wstring> textsIn(HWND list, UINT countMessage, UINT lengthMessa
   return texts;
 }
 
+INPUT keyInput(WORD key, DWORD flags) {
+  INPUT input{};
+  input.type = INPUT_KEYBOARD;
+  input.ki.wVk = key;
+  input.ki.dwFlags = flags;
+  return input;
+}
+
+INPUT mouseInput(DWORD flags) {
+  INPUT input{};
+  input.type = INPUT_MOUSE;
+  input.mi.dwFlags = flags;
+  return input;
+}
+
+void sendInput(std::vector<INPUT> inputs) {
+  EXPECT_EQ(SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT)),
+            inputs.size());
+}
+
 }  // namespace
 
 LRESULT send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -65,29 +85,32 @@ LRESULT sendCommand(HWND window, int id, int code) {
 void click(HWND button) { send(button, BM_CLICK); }
 
 void clickWithMouse(HWND control) {
-  RECT outer{};
-  GetWindowRect(control, &outer);
-  SetCursorPos((outer.left + outer.right) / 2, (outer.top + outer.bottom) / 2);
-  INPUT inputs[2]{};
-  inputs[0].type = inputs[1].type = INPUT_MOUSE;
-  inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-  inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-  EXPECT_EQ(SendInput(2, inputs, sizeof *inputs), 2u);
+  const Box place = screenPlace(control);
+  const MouseDrag click({place.x + place.width / 2, place.y + place.height / 2});
 }
 
 void typeKeys(const std::vector<WORD>& keys) {
   std::vector<INPUT> inputs;
   for (const WORD key : keys) {
-    for (const DWORD flags : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
-      INPUT& input = inputs.emplace_back();
-      input.type = INPUT_KEYBOARD;
-      input.ki.wVk = key;
-      input.ki.dwFlags = flags;
-    }
+    inputs.push_back(keyInput(key, 0));
+    inputs.push_back(keyInput(key, KEYEVENTF_KEYUP));
   }
-  EXPECT_EQ(SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT)),
-            inputs.size());
+  sendInput(inputs);
 }
+
+void typeChord(WORD held, WORD key) {
+  sendInput({keyInput(held, 0), keyInput(key, 0), keyInput(key, KEYEVENTF_KEYUP),
+             keyInput(held, KEYEVENTF_KEYUP)});
+}
+
+MouseDrag::MouseDrag(POINT from) {
+  moveTo(from);
+  sendInput({mouseInput(MOUSEEVENTF_LEFTDOWN)});
+}
+
+MouseDrag::~MouseDrag() { sendInput({mouseInput(MOUSEEVENTF_LEFTUP)}); }
+
+void MouseDrag::moveTo(POINT to) { SetCursorPos(to.x, to.y); }
 
 bool hasFocus(HWND window) {
   GUITHREADINFO foreground{};
@@ -112,10 +135,15 @@ DWORD styleOf(HWND window) { return static_cast<DWORD>(GetWindowLongW(window, GW
 
 DWORD exStyleOf(HWND window) { return static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)); }
 
-Box outerSize(HWND window) {
+Box screenPlace(HWND window) {
   RECT outer{};
   GetWindowRect(window, &outer);
-  return {0, 0, outer.right - outer.left, outer.bottom - outer.top};
+  return {outer.left, outer.top, outer.right - outer.left, outer.bottom - outer.top};
+}
+
+Box outerSize(HWND window) {
+  const Box place = screenPlace(window);
+  return {0, 0, place.width, place.height};
 }
 
 Box clientSize(HWND window) {

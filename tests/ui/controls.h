@@ -35,6 +35,19 @@ void click(HWND button);
 void clickWithMouse(HWND control);
 // Types keys with the keyboard, all at once: codes of virtual keys.
 void typeKeys(const std::vector<WORD>& keys);
+// Types a key while another one is held.
+void typeChord(WORD held, WORD key);
+
+// A mouse button that is held down from a point of the screen on, until the object goes.
+class MouseDrag {
+ public:
+  explicit MouseDrag(POINT from);
+  ~MouseDrag();
+  MouseDrag(const MouseDrag&) = delete;
+  MouseDrag& operator=(const MouseDrag&) = delete;
+
+  void moveTo(POINT to);
+};
 
 // Whether what is typed goes to this window.
 [[nodiscard]] bool hasFocus(HWND window);
@@ -44,6 +57,8 @@ void typeKeys(const std::vector<WORD>& keys);
 [[nodiscard]] DWORD styleOf(HWND window);
 [[nodiscard]] DWORD exStyleOf(HWND window);
 
+// Where a window stands on the screen.
+[[nodiscard]] Box screenPlace(HWND window);
 // The outer size, at (0, 0).
 [[nodiscard]] Box outerSize(HWND window);
 // The size of the client area, at (0, 0).

@@ -1,46 +1,17 @@
 // The log window: what it shows of the event log, and when.
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cmath>
-
 #include "core/event_log.h"
 #include "core/time_stamp.h"
-#include "tests/support/load.h"
-#include "tests/ui/answer_times.h"
-#include "tests/ui/ui_test.h"
+#include "tests/ui/log_test.h"
 
 namespace quillgate::test {
 namespace {
 
 using testing::ElementsAre;
 
-constexpr std::size_t kMostLines = 500;
-
-class LogWindow : public UiTest {
+class LogWindow : public LogTest {
  protected:
-  void openLog() {
-    click(mainControl(IDC_OPEN_LOG));
-    window = program->waitForWindow(L"QuillgateLogWnd");
-    ASSERT_NE(window, nullptr);
-    list = GetDlgItem(window, IDC_LOG_LIST);
-    ASSERT_NE(list, nullptr);
-    send(window, WM_NULL);
-  }
-
-  // Each press of the start/stop button logs two lines.
-  void pressStartStop(int times) {
-    for (int i = 0; i < times; ++i) sendCommand(mainWindow, IDC_START_STOP);
-  }
-
-  [[nodiscard]] LRESULT lineCount() const { return send(list, LB_GETCOUNT); }
-  [[nodiscard]] LRESULT topLine() const { return send(list, LB_GETTOPINDEX); }
-
-  // The top line of a list that shows its end.
-  [[nodiscard]] LRESULT lastTopLine() const {
-    return lineCount() - clientSize(list).height / send(list, LB_GETITEMHEIGHT);
-  }
-
   // Whether the screen shows the list's scroll bar alike at a quarter and at three quarters of its
   // height.
   [[nodiscard]] bool scrollBarHalvesLookAlike() const {
@@ -49,18 +20,7 @@ class LogWindow : public UiTest {
     return screenPixel(list, middle, client.height / 4) ==
            screenPixel(list, middle, client.height * 3 / 4);
   }
-
-  [[nodiscard]] bool listShows(const std::vector<std::wstring>& lines) const {
-    return eventually([&] { return linesOf(list) == lines; });
-  }
-
-  HWND window = nullptr;
-  HWND list = nullptr;
 };
-
-std::vector<std::wstring> lastOf(const std::vector<std::wstring>& lines, std::size_t count) {
-  return {lines.end() - static_cast<std::ptrdiff_t>(std::min(count, lines.size())), lines.end()};
-}
 
 TEST_F(LogWindow, HasAButtonAndAList) {
   start();
@@ -119,9 +79,9 @@ TEST_F(LogWindow, OpensAtTheLastFiveHundredLines) {
   start();
   pressStartStop(300);
   const std::vector<std::wstring> before = files.logLines();
-  ASSERT_GT(before.size(), kMostLines);
+  ASSERT_GT(before.size(), kMaxLines);
   openLog();
-  EXPECT_EQ(linesOf(list), lastOf(before, kMostLines));
+  EXPECT_EQ(linesOf(list), lastOf(before, kMaxLines));
   EXPECT_EQ(topLine(), lastTopLine());
 }
 
@@ -130,8 +90,8 @@ TEST_F(LogWindow, DropsTheOldestLinesAboveFiveHundredAndFollowsTheEnd) {
   pressStartStop(260);
   openLog();
   pressStartStop(20);
-  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMostLines)));
-  EXPECT_EQ(lineCount(), static_cast<LRESULT>(kMostLines));
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
+  EXPECT_EQ(lineCount(), static_cast<LRESULT>(kMaxLines));
   EXPECT_EQ(topLine(), lastTopLine());
 }
 
@@ -141,7 +101,7 @@ TEST_F(LogWindow, DoesNotMoveAReaderWhoHasScrolledUp) {
   openLog();
   send(list, LB_SETTOPINDEX, 0);
   pressStartStop(20);
-  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMostLines)));
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
   EXPECT_EQ(topLine(), 0);
 }
 
@@ -177,11 +137,11 @@ TEST_F(LogWindow, KeepsItsLinesWhenTheLogTrimsItsList) {
   const std::vector<std::wstring> before = files.logLines();
   ASSERT_EQ(before.size(), kMaxLogLines);
   openLog();
-  EXPECT_EQ(linesOf(list), lastOf(before, kMostLines));
+  EXPECT_EQ(linesOf(list), lastOf(before, kMaxLines));
   EXPECT_EQ(topLine(), lastTopLine());
 
   pressStartStop(100);
-  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMostLines)));
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
 }
 
 TEST_F(LogWindow, ShowsAfterReopeningWhatWasLoggedMeanwhile) {
@@ -232,88 +192,6 @@ TEST_F(LogWindow, SurvivesNewsThatComesWhenItIsClosed) {
   EXPECT_TRUE(files.waitForLog(L"Server stopped.", 50));
   EXPECT_TRUE(eventually([&] { return program->windows(L"QuillgateLogWnd").empty(); }));
   EXPECT_EQ(program->close(), 0u);
-}
-
-// Whenever the server runs, 5,000 new clients a second, each with a line in the log.
-class LogFlood : public LogWindow {
- protected:
-  void SetUp() override {
-    RuleSet rules;
-    rules[0] = {true, Protocol::udp, 5000, L"127.0.0.1", 5001};
-    files.writeConfig(configBytes(rules));
-    start({.localAppData = folder.path(), .programFolder = flooded_.programFolder()});
-    pressStartStop(1);
-    openLog();
-  }
-
-  // Starts the server and waits until the list is full.
-  void startFlood() {
-    pressStartStop(1);
-    ASSERT_TRUE(eventually([this] { return lineCount() == static_cast<LRESULT>(kMostLines); }));
-  }
-
-  // A client of the flood, counted from 0, as it stands in its line behind the time stamp.
-  static std::wstring lineOfClient(std::size_t client) {
-    return L"[UDP] New client FROM 10." + std::to_wstring(client >> 16) + L"." +
-           std::to_wstring(client >> 8 & 0xFF) + L"." + std::to_wstring(client & 0xFF) +
-           L":1000  local 5000 -> 127.0.0.1:5001";
-  }
-
- private:
-  const ProgramOnOtherSockets flooded_{L"flooding_sockets"};
-};
-
-TEST_F(LogFlood, LosesNoLineAndKeepsNobodyWaiting) {
-  AnswerTimes answers(mainWindow, window);
-  const std::size_t linesBefore = files.logLines().size();
-
-  const auto begin = std::chrono::steady_clock::now();
-  startFlood();
-  const std::wstring newestLine = linesOf(list).back();
-  answers.measure(load(std::chrono::seconds(5), std::chrono::seconds(30)));
-  EXPECT_NE(linesOf(list).back(), newestLine);
-  pressStartStop(1);
-  const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-  EXPECT_LT(answers.report(), std::chrono::seconds(5));
-  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMostLines)));
-  EXPECT_EQ(topLine(), lastTopLine());
-
-  std::vector<std::wstring> lines = files.logMessages();
-  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(linesBefore));
-  // The others are those of the start and of the stop.
-  std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"[UDP] New"); });
-  EXPECT_EQ(lines.size() + 6, files.logLines().size() - linesBefore);
-  EXPECT_GT(lines.size(), kMostLines);
-  for (std::size_t i = 0; i < lines.size(); ++i) ASSERT_EQ(lines[i], lineOfClient(i));
-  RecordProperty("linesPerSecond",
-                 std::to_string(std::lround(static_cast<double>(lines.size()) / time.count())));
-  EXPECT_EQ(program->close(), 0u);
-}
-
-TEST_F(LogFlood, LeavesKeysInTheirOrder) {
-  sendCommand(mainWindow, IDC_OPEN_CONFIG);
-  const HWND editor = program->waitForWindow(L"QuillgateCfgWnd");
-  ASSERT_NE(editor, nullptr);
-  const HWND field = GetDlgItem(editor, IDC_RULE_TARGET_IP);
-  send(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L""));
-  startFlood();
-  // A click may get lost while the editor becomes the active window.
-  ASSERT_TRUE(eventually([&] {
-    clickWithMouse(field);
-    return eventually([&] { return hasFocus(field); }, std::chrono::seconds(1));
-  }));
-
-  // The field gets digits as characters, which are posted, and arrows as keys, which are input.
-  constexpr int kTimes = 100;
-  std::vector<WORD> keys;
-  std::wstring text;
-  for (int i = 0; i < kTimes; ++i) {
-    keys.insert(keys.end(), {'1', '2', VK_LEFT, '3', VK_END});
-    text += L"132";
-  }
-  typeKeys(keys);
-  EXPECT_TRUE(eventually([&] { return textOf(field).size() == text.size(); }));
-  EXPECT_EQ(textOf(field), text);
 }
 
 }  // namespace

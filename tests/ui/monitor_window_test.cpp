@@ -219,7 +219,7 @@ TEST_F(MonitorWindow, KeepsTheNewest499LinesInSight) {
 }
 
 TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
-  AnswerTimes answers(mainWindow, window);
+  const StatusClick statusClick(mainWindow, window);
   choose(filterList, 1);
   const Socket client = connectToLoopback(tcpPort);
   const Socket server = acceptFrom(tcpTarget);
@@ -233,7 +233,8 @@ TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
   });
   std::thread receiver([&] { static_cast<void>(receiveUntilEnd(server)); });
 
-  answers.measure(load(std::chrono::seconds(5), std::chrono::seconds(30)));
+  AnswerTimes answers;
+  answers.measureFor(load(std::chrono::seconds(5), std::chrono::seconds(30)), statusClick);
   stopping = true;
   sender.join();
   receiver.join();

@@ -87,6 +87,7 @@ void LogWindow::onCreate() {
   createControlsOf(handle());
   const HWND list = GetDlgItem(handle(), IDC_LOG_LIST);
   uiState().logListBox = list;
+  uiState().lineNotices.renew();  // notices to an earlier window are gone
   EventLog& log = sharedState().log;
   {
     const RedrawPause pause(list);
@@ -119,6 +120,7 @@ void LogWindow::onRefresh() {
   const HWND list = uiState().logListBox;
   if (!IsWindow(list)) return;
   const bool follow = followsEnd(positionOf(list));
+  uiState().lineNotices.renew();
   const std::vector<std::wstring> lines = sharedState().log.takeNewLines();
   pace_.refreshed(handle(), !lines.empty());
   if (lines.empty()) return;

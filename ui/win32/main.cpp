@@ -23,35 +23,11 @@ HFONT createUiFont() {
   return CreateFontIndirectW(&font);
 }
 
-void dispatch(const MSG& message) {
-  TranslateMessage(&message);
-  DispatchMessageW(&message);
-}
-
-// Takes what the user waits for: characters of keys that were pressed, then input, then painting.
-bool takeForUser(MSG& message) {
-  // By number: asked for a kind of messages, wine finds none while another process sends one.
-  if (PeekMessageW(&message, nullptr, WM_CHAR, WM_DEADCHAR, PM_REMOVE) != 0) return true;
-  constexpr UINT kInputAndPainting = PM_REMOVE | PM_QS_INPUT | PM_QS_PAINT;
-  return PeekMessageW(&message, nullptr, 0, 0, kInputAndPainting) != 0;
-}
-
-// The system hands out posted messages before input and painting, and lines of the log may be
-// posted as fast as they are taken: so the two take turns of 20 ms.
 void runMessageLoop() {
-  constexpr ULONGLONG kTurnMilliseconds = 20;
-  ULONGLONG turnBegin = GetTickCount64();
-  const auto turnIsOver = [&] { return GetTickCount64() - turnBegin >= kTurnMilliseconds; };
   MSG message;
   while (GetMessageW(&message, nullptr, 0, 0) != 0) {
-    dispatch(message);
-    if (!turnIsOver()) continue;
-    turnBegin = GetTickCount64();
-    while (!turnIsOver() && takeForUser(message)) {
-      if (message.message == WM_QUIT) return;
-      dispatch(message);
-    }
-    turnBegin = GetTickCount64();
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
   }
 }
 

@@ -12,7 +12,11 @@ namespace {
 // handle is checked, and posting to one that goes in between fails.
 class WindowNotifier final : public UiNotifier {
  public:
-  void linesWait() noexcept override { post(uiState().logWindow, WM_LOG_NEW_LINE); }
+  void linesWait() noexcept override {
+    UiState& ui = uiState();
+    if (!IsWindow(ui.logWindow) || !ui.lineNotices.take()) return;
+    if (!post(ui.logWindow, WM_LOG_NEW_LINE)) ui.lineNotices.giveBack();
+  }
 
   bool recordsWatched() const noexcept override { return IsWindow(uiState().monitorWindow) != 0; }
 

@@ -10,6 +10,7 @@
 #include <atomic>
 
 #include "engine/shared_state.h"
+#include "ui/notice_budget.h"
 #include "ui/rule_actions.h"
 
 namespace quillgate {
@@ -27,6 +28,8 @@ struct UiState {
   std::atomic<HWND> configWindow{nullptr};
   std::atomic<HWND> monitorWindow{nullptr};
   std::atomic<HWND> logWindow{nullptr};
+
+  NoticeBudget lineNotices;  // of WM_LOG_NEW_LINE
 
   HWND logListBox = nullptr;
   HWND monitorFilterList = nullptr;

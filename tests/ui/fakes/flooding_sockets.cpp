@@ -1,6 +1,9 @@
 // A ws2_32.dll without a network: a socket gets 5,000 datagrams a second, or as many as it takes,
 // the first one from 10.0.0.0:1000 and each from the next address. What is sent goes nowhere. For
 // one rule that forwards UDP.
+//
+// It also counts the notices of new lines that the thread takes which starts it: a window has the
+// number of its own as its property "NoticesTaken".
 
 // The functions below are the library's, not somebody else's.
 #define WINSOCK_API_LINKAGE __declspec(dllexport)
@@ -11,6 +14,8 @@
 #include <chrono>
 #include <cstdint>
 #include <cwchar>
+
+#include "ui/win32/control_ids.h"
 
 namespace {
 
@@ -25,9 +30,22 @@ std::uint32_t received = 0;  // since then
 
 bool isReadable() { return Clock::now() - opened > received * kInterval; }
 
+LRESULT CALLBACK countNotices(int code, WPARAM removed, LPARAM lParam) {
+  const auto& message = *reinterpret_cast<const MSG*>(lParam);
+  if (code == HC_ACTION && removed == PM_REMOVE && message.message == quillgate::WM_LOG_NEW_LINE) {
+    constexpr const wchar_t* kProperty = L"NoticesTaken";
+    const auto taken = reinterpret_cast<std::uintptr_t>(GetPropW(message.hwnd, kProperty));
+    SetPropW(message.hwnd, kProperty, reinterpret_cast<HANDLE>(taken + 1));
+  }
+  return CallNextHookEx(nullptr, code, removed, lParam);
+}
+
 }  // namespace
 
-int WSAStartup(WORD, WSADATA*) { return 0; }
+int WSAStartup(WORD, WSADATA*) {
+  SetWindowsHookExW(WH_GETMESSAGE, countNotices, nullptr, GetCurrentThreadId());
+  return 0;
+}
 int WSACleanup() { return 0; }
 int WSAGetLastError() { return WSAEWOULDBLOCK; }
 
