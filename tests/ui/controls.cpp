@@ -98,9 +98,13 @@ void typeKeys(const std::vector<WORD>& keys) {
   sendInput(inputs);
 }
 
-void typeChord(WORD held, WORD key) {
-  sendInput({keyInput(held, 0), keyInput(key, 0), keyInput(key, KEYEVENTF_KEYUP),
-             keyInput(held, KEYEVENTF_KEYUP)});
+void typeChord(const std::vector<WORD>& keys) {
+  std::vector<INPUT> inputs;
+  for (const WORD key : keys) inputs.push_back(keyInput(key, 0));
+  for (std::size_t i = keys.size(); i > 0; --i) {
+    inputs.push_back(keyInput(keys[i - 1], KEYEVENTF_KEYUP));
+  }
+  sendInput(inputs);
 }
 
 MouseDrag::MouseDrag(POINT from) {

@@ -35,8 +35,8 @@ void click(HWND button);
 void clickWithMouse(HWND control);
 // Types keys with the keyboard, all at once: codes of virtual keys.
 void typeKeys(const std::vector<WORD>& keys);
-// Types a key while another one is held.
-void typeChord(WORD held, WORD key);
+// Presses these keys one after the other and releases them in the opposite order.
+void typeChord(const std::vector<WORD>& keys);
 
 // A mouse button that is held down from a point of the screen on, until the object goes.
 class MouseDrag {

@@ -175,7 +175,7 @@ TEST_F(LogFlood, LetsMenusBeOpenedAndLeft) {
   AnswerTimes answers;
   for (int i = 0; i < load(10, 100); ++i) {
     answers.measure([&] {
-      typeChord(VK_MENU, VK_SPACE);
+      typeChord({VK_MENU, VK_SPACE});
       return eventually(menuIsShown);
     });
     answers.measure([&] {

@@ -73,6 +73,48 @@ class MonitorTest : public UiTest {
     const auto datagram = receiveNextDatagram(udpTarget);
     ASSERT_TRUE(datagram && datagram->text == payload);
   }
+  // Sends `count` lines of 4,096 characters without a break through the fifth rule, each for
+  // itself, and waits until the view has the last one.
+  void showLongLines(int count) {
+    choose(filterList, 3);
+    const platform::Socket client = connectToLoopback(tcpPort);
+    const platform::Socket server = acceptFrom(tcpTarget);
+    for (int i = 1; i <= count; ++i) {
+      std::string line = std::to_string(i) + ' ';
+      line.resize(4096, 'x');
+      ASSERT_TRUE(sendAll(client, line));
+      ASSERT_EQ(receiveExactly(server, line.size()), line);
+    }
+    const std::wstring last = L"\n" + std::to_wstring(count) + L" xxx";
+    ASSERT_TRUE(eventually([&] { return textOf(view).find(last) != std::wstring::npos; }));
+    closeSendingSide(client);
+    closeSendingSide(server);
+  }
+  // How many characters the control itself has, which gets those that it cannot display later.
+  [[nodiscard]] std::size_t charactersHeld() const {
+    const auto lastLine = static_cast<WPARAM>(send(view, EM_GETLINECOUNT) - 1);
+    return static_cast<std::size_t>(send(view, EM_LINEINDEX, lastLine));
+  }
+  [[nodiscard]] bool viewHoldsAll() const { return charactersHeld() == textOf(view).size(); }
+  // A line of the view as it is wrapped.
+  [[nodiscard]] std::wstring viewLine(LRESULT line) const {
+    std::wstring text(4096, L'\0');
+    text[0] = static_cast<wchar_t>(text.size());
+    text.resize(static_cast<std::size_t>(
+        send(view, EM_GETLINE, static_cast<WPARAM>(line), reinterpret_cast<LPARAM>(text.data()))));
+    return text;
+  }
+  [[nodiscard]] std::wstring firstLineInSight() const {
+    return viewLine(send(view, EM_GETFIRSTVISIBLELINE));
+  }
+  // Whether the last line that the control has is in sight, and not at the top.
+  [[nodiscard]] bool endIsInSight() const {
+    const LRESULT position = send(view, EM_POSFROMCHAR, charactersHeld() - 1);
+    const int y = static_cast<short>(HIWORD(position));
+    const int height = clientSize(view).height;
+    return position != -1 && y > height / 2 && y < height;
+  }
+
   [[nodiscard]] std::wstring newClientLine() const {
     return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(localPort(udpClient)) +
            L"  local " + routeOf(1) + L"\r\n";

@@ -98,9 +98,10 @@ void MonitorWindow::onSize() {
   const Placement placements[] = {{IDC_MON_FILTER, filter},
                                   {IDC_MON_FORMAT, formatPlace(client)},
                                   {IDC_MON_SAVE, savePlace(client)},
-                                  {IDC_MON_CLEAR, clearPlace(client)},
-                                  {IDC_MON_VIEW, viewPlace(client)}};
+                                  {IDC_MON_CLEAR, clearPlace(client)}};
   placeControls(handle(), placements);
+  // A minimised window has no place for it, but will have the same again.
+  if (!IsIconic(handle())) tail_.place(viewPlace(client));
 }
 
 void MonitorWindow::onCommand(int id, int notification) {

@@ -3,11 +3,12 @@
 // After windows.h.
 #include <commctrl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
+#include "ui/log_view.h"
 #include "ui/tail_pieces.h"
-#include "ui/win32/window.h"
 
 namespace quillgate {
 
@@ -16,6 +17,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr UINT_PTR kTimer = 1;
+// How long nothing has to change before more lines follow, and how long after some the next.
+constexpr UINT kRestMilliseconds = 300;
 constexpr UINT kTimerMilliseconds = 50;
 // How much goes into the control at once, and for how long.
 constexpr std::size_t kPieceCharacters = 2048;
@@ -23,6 +26,21 @@ constexpr std::chrono::milliseconds kMaxTime{40};
 
 LRESULT lineCount(HWND edit) { return SendMessageW(edit, EM_GETLINECOUNT, 0, 0); }
 LRESULT firstVisibleLine(HWND edit) { return SendMessageW(edit, EM_GETFIRSTVISIBLELINE, 0, 0); }
+
+void scrollTo(HWND edit, LRESULT line) {
+  SendMessageW(edit, EM_LINESCROLL, 0, line - firstVisibleLine(edit));
+}
+
+int lineHeight(HWND edit) {
+  TEXTMETRICW font{};
+  const HDC context = GetDC(edit);
+  const HGDIOBJ former =
+      SelectObject(context, reinterpret_cast<HFONT>(SendMessageW(edit, WM_GETFONT, 0, 0)));
+  GetTextMetricsW(context, &font);
+  SelectObject(context, former);
+  ReleaseDC(edit, context);
+  return static_cast<int>(font.tmHeight);
+}
 
 }  // namespace
 
@@ -35,79 +53,141 @@ void TailView::attach(HWND edit) {
 void TailView::show(std::wstring text) {
   if (!IsWindow(edit_)) return;
   text_ = std::move(text);
-  shownFrom_ = beginOfPieceBefore(text_, text_.size(), kPieceCharacters);
-  const auto end = Clock::now() + kMaxTime;
+  showEnd();
+  runTimer(kRestMilliseconds);
+}
+
+void TailView::place(const Rectangle& rectangle) {
+  RECT former{};
+  GetWindowRect(edit_, &former);
+  const bool sameSize = former.right - former.left == std::max(rectangle.width, 0) &&
+                        former.bottom - former.top == std::max(rectangle.height, 0);
+  if (sameSize) {
+    placeControl(edit_, rectangle);
+    return;
+  }
+
+  const bool atEnd = readerIsAtEnd();
+  const auto uppermost = static_cast<std::size_t>(
+      SendMessageW(edit_, EM_LINEINDEX, static_cast<WPARAM>(firstVisibleLine(edit_)), 0));
+  const std::size_t firstSeen = held_.begin + uppermost;
+  const Range selected = selection();
   {
     const RedrawPause pause(edit_);
-    SetWindowTextW(edit_, text_.c_str() + shownFrom_);
-    while (shownFrom_ > 0 && !fillsItsHeight() && Clock::now() < end) addPiece();
-    // Replacing the text has put the caret at its start.
-    const std::size_t size = text_.size() - shownFrom_;
-    SendMessageW(edit_, EM_SETSEL, size, static_cast<LPARAM>(size));
+    hold({});  // or else it would lay out all its lines for the new width
   }
-  SendMessageW(edit_, EM_SCROLLCARET, 0, 0);
-  runTimer(shownFrom_ > 0);
+  placeControl(edit_, rectangle);
+  if (atEnd) {
+    showEnd();
+  } else {
+    showFrom(firstSeen);
+  }
+  const LRESULT first = firstVisibleLine(edit_);
+  select(selected);
+  scrollTo(edit_, first);  // wine scrolls to what is selected
+  runTimer(kRestMilliseconds);
 }
 
 bool TailView::onTimer(UINT_PTR timer) {
   if (timer != kTimer) return false;
   const auto end = Clock::now() + kMaxTime;
   const RedrawPause pause(edit_);
-  while (shownFrom_ > 0 && Clock::now() < end) addPiece();
-  runTimer(shownFrom_ > 0);
+  while (!holdsAll() && Clock::now() < end) addPiece();
+  runTimer(kTimerMilliseconds);
   return true;
 }
 
-void TailView::addPiece() {
-  const std::size_t begin = beginOfPieceBefore(text_, shownFrom_, kPieceCharacters);
-  const std::wstring piece = text_.substr(begin, shownFrom_ - begin);
-  shownFrom_ = begin;
+void TailView::showEnd() {
+  const auto end = Clock::now() + kMaxTime;
+  {
+    const RedrawPause pause(edit_);
+    hold({beginOfPieceBefore(text_, text_.size(), kPieceCharacters), text_.size()});
+    while (!holdsAll() && !isFullFrom(0) && Clock::now() < end) addPiece();
+    select({text_.size(), text_.size()});
+  }
+  SendMessageW(edit_, EM_SCROLLCARET, 0, 0);
+}
 
-  DWORD selectionStart = 0;
-  DWORD selectionEnd = 0;
-  SendMessageW(edit_, EM_GETSEL, reinterpret_cast<WPARAM>(&selectionStart),
-               reinterpret_cast<LPARAM>(&selectionEnd));
+void TailView::showFrom(std::size_t place) {
+  const auto end = Clock::now() + kMaxTime;
+  const RedrawPause pause(edit_);
+  const std::size_t begin = beginOfLineAt(text_, place);
+  hold({begin, endOfPieceAfter(text_, begin, kPieceCharacters)});
+  const LRESULT line = SendMessageW(edit_, EM_LINEFROMCHAR, place - begin, 0);
+  while (held_.end < text_.size() && !isFullFrom(line) && Clock::now() < end) addPiece();
+  scrollTo(edit_, line);
+}
+
+void TailView::hold(Range range) {
+  held_ = range;
+  SetWindowTextW(edit_, text_.substr(range.begin, range.end - range.begin).c_str());
+}
+
+void TailView::addPiece() {
+  const bool below = held_.end < text_.size();
+  const Range piece =
+      below ? Range{held_.end, endOfPieceAfter(text_, held_.end, kPieceCharacters)}
+            : Range{beginOfPieceBefore(text_, held_.begin, kPieceCharacters), held_.begin};
+  const Range selected = selection();
   const LRESULT linesBefore = lineCount(edit_);
   const LRESULT firstBefore = firstVisibleLine(edit_);
-  SendMessageW(edit_, EM_SETSEL, 0, 0);
-  SendMessageW(edit_, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(piece.c_str()));
-  SendMessageW(edit_, EM_SETSEL, selectionStart + piece.size(),
-               static_cast<LPARAM>(selectionEnd + piece.size()));
-  const LRESULT first = firstBefore + lineCount(edit_) - linesBefore;
-  SendMessageW(edit_, EM_LINESCROLL, 0, first - firstVisibleLine(edit_));
+  const std::size_t at = below ? held_.end - held_.begin : 0;
+  SendMessageW(edit_, EM_SETSEL, at, static_cast<LPARAM>(at));
+  SendMessageW(
+      edit_, EM_REPLACESEL, FALSE,
+      reinterpret_cast<LPARAM>(text_.substr(piece.begin, piece.end - piece.begin).c_str()));
+  held_ = {std::min(held_.begin, piece.begin), std::max(held_.end, piece.end)};
+  select(selected);
+  scrollTo(edit_, firstBefore + (below ? 0 : lineCount(edit_) - linesBefore));
 }
 
-bool TailView::fillsItsHeight() const {
-  RECT client{};
-  GetClientRect(edit_, &client);
-  TEXTMETRICW font{};
-  const HDC context = GetDC(edit_);
-  const HGDIOBJ former =
-      SelectObject(context, reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0)));
-  GetTextMetricsW(context, &font);
-  SelectObject(context, former);
-  ReleaseDC(edit_, context);
-  return lineCount(edit_) * font.tmHeight > client.bottom;
+bool TailView::isFullFrom(LRESULT line) const {
+  return (lineCount(edit_) - line) * lineHeight(edit_) > clientRectangle(edit_).height;
 }
 
-void TailView::runTimer(bool on) const {
-  if (on) {
-    SetTimer(GetParent(edit_), kTimer, kTimerMilliseconds, nullptr);
-  } else {
+bool TailView::readerIsAtEnd() const {
+  return held_.end == text_.size() &&
+         followsEnd({static_cast<int>(lineCount(edit_)), static_cast<int>(firstVisibleLine(edit_)),
+                     clientRectangle(edit_).height, lineHeight(edit_)});
+}
+
+TailView::Range TailView::selection() const {
+  DWORD begin = 0;
+  DWORD end = 0;
+  SendMessageW(edit_, EM_GETSEL, reinterpret_cast<WPARAM>(&begin), reinterpret_cast<LPARAM>(&end));
+  if (inControl(selected_) == Range{begin, end}) return selected_;
+  return {held_.begin + begin, held_.begin + end};
+}
+
+TailView::Range TailView::inControl(const Range& range) const {
+  return {std::clamp(range.begin, held_.begin, held_.end) - held_.begin,
+          std::clamp(range.end, held_.begin, held_.end) - held_.begin};
+}
+
+void TailView::select(const Range& range) {
+  selected_ = range;
+  const Range shown = inControl(range);
+  SendMessageW(edit_, EM_SETSEL, shown.begin, static_cast<LPARAM>(shown.end));
+}
+
+void TailView::runTimer(UINT milliseconds) const {
+  if (holdsAll()) {
     KillTimer(GetParent(edit_), kTimer);
+  } else {
+    SetTimer(GetParent(edit_), kTimer, milliseconds, nullptr);
   }
 }
 
 LRESULT CALLBACK TailView::editProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lParam,
                                          UINT_PTR, DWORD_PTR self) noexcept {
-  const std::wstring& text = reinterpret_cast<const TailView*>(self)->text_;
+  const auto& view = *reinterpret_cast<const TailView*>(self);
   switch (message) {
     case WM_GETTEXTLENGTH:
-      return static_cast<LRESULT>(text.size());
+      return static_cast<LRESULT>(view.text_.size());
     case WM_GETTEXT: {
       if (wParam == 0) return 0;
       auto* const buffer = reinterpret_cast<wchar_t*>(lParam);
-      const std::size_t copied = text.copy(buffer, wParam - 1);
+      const std::size_t copied = view.text_.copy(buffer, wParam - 1);
       buffer[copied] = L'\0';
       return static_cast<LRESULT>(copied);
     }

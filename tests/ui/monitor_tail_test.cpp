@@ -1,0 +1,128 @@
+// What the monitor's view has in sight and gives away while it is too much to be laid out at once.
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "tests/support/load.h"
+#include "tests/ui/answer_times.h"
+#include "tests/ui/monitor_test.h"
+
+namespace quillgate::test {
+namespace {
+
+// Whether a window is shown in its new size while the mouse drags its border, as long as this
+// lives.
+class FullDragging {
+ public:
+  FullDragging() {
+    SystemParametersInfoW(SPI_GETDRAGFULLWINDOWS, 0, &former_, 0);
+    SystemParametersInfoW(SPI_SETDRAGFULLWINDOWS, TRUE, nullptr, 0);
+  }
+  ~FullDragging() {
+    SystemParametersInfoW(SPI_SETDRAGFULLWINDOWS, static_cast<UINT>(former_), nullptr, 0);
+  }
+  FullDragging(const FullDragging&) = delete;
+  FullDragging& operator=(const FullDragging&) = delete;
+
+ private:
+  BOOL former_ = FALSE;
+};
+
+class MonitorTail : public MonitorTest {
+ protected:
+  // As many long lines as the view can have.
+  void fillWithLongLines() {
+    showLongLines(load(100, 250));
+    ASSERT_TRUE(eventually([&] { return viewHoldsAll(); }, std::chrono::minutes(2)));
+  }
+  // 150 datagrams, each with a line of its own and a header, all in the control.
+  void showShortLines() {
+    choose(filterList, 1);
+    for (int i = 1; i <= 150; ++i) sendThrough("datagram " + std::to_string(i));
+    ASSERT_TRUE(
+        eventually([&] { return viewText().ends_with(L"datagram 150\r\n") && viewHoldsAll(); }));
+  }
+};
+
+TEST_F(MonitorTail, AnswersWhileTheBorderOfAFullWindowIsDragged) {
+  const FullDragging fullDragging;
+  fillWithLongLines();
+  SetWindowPos(window, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+  const Box place = screenPlace(window);
+  const POINT border{place.x + place.width - 2, place.y + place.height / 2};
+
+  AnswerTimes answers;
+  {
+    MouseDrag drag(border);
+    // A move may get lost while the system begins to follow the mouse.
+    ASSERT_TRUE(eventually([&] {
+      drag.moveTo(border);
+      drag.moveTo({border.x - 1, border.y});
+      return outerSize(window).width == place.width - 1;
+    }));
+    for (int round = 0; round < load(1, 5); ++round) {
+      // Narrower by 300 pixels and back.
+      for (int step = 1; step <= 60; ++step) {
+        const int narrower = 10 * (step <= 30 ? step : 60 - step);
+        SCOPED_TRACE(step);
+        answers.measure([&] {
+          drag.moveTo({border.x - narrower, border.y});
+          return eventually([&] { return outerSize(window).width == place.width - narrower; }) &&
+                 send(window, WM_NULL) == 0;
+        });
+        EXPECT_TRUE(endIsInSight()) << narrower;
+      }
+    }
+  }
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  const std::size_t held = charactersHeld();
+  EXPECT_TRUE(eventually([&] { return charactersHeld() > held || viewHoldsAll(); }));
+}
+
+TEST_F(MonitorTail, AnswersWhenAFullWindowIsMinimizedMaximizedAndRestored) {
+  fillWithLongLines();
+  const Box place = placeOf(view);
+  AnswerTimes answers;
+  for (const int show : {SW_MINIMIZE, SW_RESTORE, SW_MAXIMIZE, SW_RESTORE}) {
+    answers.measure([&] {
+      ShowWindow(window, show);
+      return eventually([&] {
+               return (IsIconic(window) != 0) == (show == SW_MINIMIZE) &&
+                      (IsZoomed(window) != 0) == (show == SW_MAXIMIZE);
+             }) &&
+             send(window, WM_NULL) == 0;
+    });
+    if (show == SW_MINIMIZE) {
+      EXPECT_TRUE(viewHoldsAll()) << "it is left alone";
+    } else {
+      EXPECT_TRUE(endIsInSight()) << show;
+    }
+  }
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  EXPECT_EQ(placeOf(view), place);
+}
+
+TEST_F(MonitorTail, KeepsTheNewestLinesInSightInEverySize) {
+  showShortLines();
+  for (const int size : {300, 600, 200, 500}) {
+    setClientSize(window, size + 200, size);
+    EXPECT_TRUE(endIsInSight()) << size;
+  }
+  EXPECT_TRUE(eventually([&] { return viewHoldsAll(); }));
+  EXPECT_TRUE(endIsInSight());
+}
+
+TEST_F(MonitorTail, KeepsAReaderInPlaceInEverySize) {
+  showShortLines();
+  send(view, EM_LINESCROLL, 0, -200);
+  const std::wstring line = firstLineInSight();
+  for (const int size : {300, 600, 200, 500}) {
+    setClientSize(window, size + 200, size);
+    EXPECT_EQ(firstLineInSight(), line) << size;
+  }
+  EXPECT_TRUE(eventually([&] { return viewHoldsAll(); }));
+  EXPECT_EQ(firstLineInSight(), line);
+}
+
+}  // namespace
+}  // namespace quillgate::test
