@@ -124,5 +124,28 @@ TEST_F(MonitorTail, KeepsAReaderInPlaceInEverySize) {
   EXPECT_EQ(firstLineInSight(), line);
 }
 
+TEST_F(MonitorTail, HasTheNewestLinesInSightWhenItIsShownAgain) {
+  const struct {
+    HWND window;
+    int hide;
+    int show;
+  } ways[] = {{mainWindow, SW_MINIMIZE, SW_RESTORE},  // hides the monitor, but not under wine
+              {window, SW_MINIMIZE, SW_RESTORE},
+              {window, SW_HIDE, SW_SHOW}};
+  choose(filterList, 1);
+  sendThrough("before");
+  for (const auto& way : ways) {
+    const auto isGone = [&] { return !IsWindowVisible(way.window) || IsIconic(way.window); };
+    ShowWindow(way.window, way.hide);
+    ASSERT_TRUE(eventually(isGone));
+    for (int i = 1; i <= 150; ++i) sendThrough(std::to_string(i));
+    ASSERT_TRUE(eventually([&] { return viewText().ends_with(L"\r\n150\r\n"); }));
+    ShowWindow(way.window, way.show);
+    ASSERT_TRUE(eventually([&] { return !isGone(); }));
+    EXPECT_TRUE(eventually([&] { return endIsInSight(); }));
+    sendCommand(window, IDC_MON_CLEAR);
+  }
+}
+
 }  // namespace
 }  // namespace quillgate::test

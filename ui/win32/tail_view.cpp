@@ -106,6 +106,7 @@ void TailView::showEnd() {
     select({text_.size(), text_.size()});
   }
   SendMessageW(edit_, EM_SCROLLCARET, 0, 0);
+  endIsUnseen_ = IsWindowVisible(edit_) == 0;
 }
 
 void TailView::showFrom(std::size_t place) {
@@ -146,6 +147,7 @@ bool TailView::isFullFrom(LRESULT line) const {
 }
 
 bool TailView::readerIsAtEnd() const {
+  if (endIsUnseen_) return true;
   return held_.end == text_.size() &&
          followsEnd({static_cast<int>(lineCount(edit_)), static_cast<int>(firstVisibleLine(edit_)),
                      clientRectangle(edit_).height, lineHeight(edit_)});
@@ -180,8 +182,11 @@ void TailView::runTimer(UINT milliseconds) const {
 
 LRESULT CALLBACK TailView::editProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lParam,
                                          UINT_PTR, DWORD_PTR self) noexcept {
-  const auto& view = *reinterpret_cast<const TailView*>(self);
+  auto& view = *reinterpret_cast<TailView*>(self);
   switch (message) {
+    case WM_PAINT:
+      if (std::exchange(view.endIsUnseen_, false)) SendMessageW(edit, EM_SCROLLCARET, 0, 0);
+      break;
     case WM_GETTEXTLENGTH:
       return static_cast<LRESULT>(view.text_.size());
     case WM_GETTEXT: {
@@ -192,8 +197,9 @@ LRESULT CALLBACK TailView::editProcedure(HWND edit, UINT message, WPARAM wParam,
       return static_cast<LRESULT>(copied);
     }
     default:
-      return DefSubclassProc(edit, message, wParam, lParam);
+      break;
   }
+  return DefSubclassProc(edit, message, wParam, lParam);
 }
 
 }  // namespace quillgate

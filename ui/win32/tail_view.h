@@ -69,6 +69,9 @@ class TailView {
   std::wstring text_;
   Range held_{};      // the part of text_ that the control holds
   Range selected_{};  // what select() has made the selection; held_ may be less
+  // Whether the end was shown while the control could not be seen. Nobody promises that one scrolls
+  // then, so it does so once more before it is painted.
+  bool endIsUnseen_ = false;
 };
 
 }  // namespace quillgate
