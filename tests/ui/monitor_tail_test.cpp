@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
+#include <string>
 
 #include "tests/support/load.h"
 #include "tests/ui/answer_times.h"
@@ -9,6 +11,24 @@
 
 namespace quillgate::test {
 namespace {
+
+// The text on the clipboard; nothing while another program uses it.
+std::optional<std::wstring> clipboardText() {
+  if (!OpenClipboard(nullptr)) return std::nullopt;
+  std::optional<std::wstring> text;
+  if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
+    text = static_cast<const wchar_t*>(GlobalLock(data));
+    GlobalUnlock(data);
+  }
+  CloseClipboard();
+  return text;
+}
+
+void emptyClipboard() {
+  ASSERT_TRUE(eventually([] { return OpenClipboard(nullptr) != 0; }));
+  EmptyClipboard();
+  CloseClipboard();
+}
 
 // Whether a window is shown in its new size while the mouse drags its border, as long as this
 // lives.
@@ -41,6 +61,18 @@ class MonitorTail : public MonitorTest {
     for (int i = 1; i <= 150; ++i) sendThrough("datagram " + std::to_string(i));
     ASSERT_TRUE(
         eventually([&] { return viewText().ends_with(L"datagram 150\r\n") && viewHoldsAll(); }));
+  }
+
+  void focusView() {
+    SetForegroundWindow(window);
+    // A click may get lost while the window becomes the active one.
+    ASSERT_TRUE(eventually([&] {
+      clickWithMouse(view);
+      return eventually([&] { return hasFocus(view); }, std::chrono::seconds(1));
+    }));
+  }
+  [[nodiscard]] bool copies(const std::wstring& text) const {
+    return eventually([&] { return clipboardText() == text; });
   }
 };
 
@@ -122,6 +154,78 @@ TEST_F(MonitorTail, KeepsAReaderInPlaceInEverySize) {
   }
   EXPECT_TRUE(eventually([&] { return viewHoldsAll(); }));
   EXPECT_EQ(firstLineInSight(), line);
+}
+
+TEST_F(MonitorTail, KeepsTheSelectionInEverySize) {
+  showShortLines();
+  const std::wstring text = textOf(view);
+  const std::wstring selected = text.substr(1000, 5000);
+  send(view, EM_SETSEL, 1000, 6000);
+  for (const int size : {300, 600}) {
+    setClientSize(window, size + 200, size);
+    emptyClipboard();
+    send(view, WM_COPY);
+    EXPECT_TRUE(copies(selected)) << size;
+  }
+  EXPECT_TRUE(eventually([&] { return viewHoldsAll(); }));
+  emptyClipboard();
+  send(view, WM_COPY);
+  EXPECT_TRUE(copies(selected));
+}
+
+TEST_F(MonitorTail, CopiesNothingWithoutASelection) {
+  showShortLines();
+  emptyClipboard();
+  send(view, WM_COPY);
+  EXPECT_EQ(clipboardText(), std::nullopt);
+}
+
+TEST_F(MonitorTail, CopiesTheWholeTextWhileOlderLinesAreOnTheirWay) {
+  showLongLines(60);
+  const std::wstring text = textOf(view);
+  emptyClipboard();
+  send(view, EM_SETSEL, 0, -1);
+  send(view, WM_COPY);
+  EXPECT_TRUE(copies(text));
+}
+
+TEST_F(MonitorTail, SelectsAndCopiesTheWholeTextWithTheKeyboard) {
+  showLongLines(60);
+  const std::wstring text = textOf(view);
+  for (const WORD copyKey : {WORD{'C'}, WORD{VK_INSERT}}) {
+    emptyClipboard();
+    focusView();
+    typeChord({VK_CONTROL, 'A'});
+    typeChord({VK_CONTROL, copyKey});
+    EXPECT_TRUE(copies(text)) << copyKey;
+  }
+}
+
+TEST_F(MonitorTail, SelectsToTheTopOfTheWholeTextWithTheKeyboard) {
+  showLongLines(60);
+  const std::wstring text = textOf(view);
+  emptyClipboard();
+  focusView();
+  typeChord({VK_CONTROL, VK_END});
+  typeChord({VK_CONTROL, VK_SHIFT, VK_HOME});
+  typeChord({VK_CONTROL, 'C'});
+  EXPECT_TRUE(copies(text));
+}
+
+TEST_F(MonitorTail, SelectsAndCopiesTheWholeTextFromItsMenu) {
+  showLongLines(60);
+  const std::wstring text = textOf(view);
+  emptyClipboard();
+  SetForegroundWindow(window);
+  const Box place = screenPlace(view);
+  for (const WORD key : {WORD{'A'}, WORD{'C'}}) {
+    PostMessageW(view, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(view),
+                 MAKELPARAM(place.x + 100, place.y + 100));
+    ASSERT_NE(program->waitForWindow(L"#32768"), nullptr);
+    typeKeys({key});
+    ASSERT_TRUE(eventually([&] { return program->window(L"#32768") == nullptr; }));
+  }
+  EXPECT_TRUE(copies(text));
 }
 
 TEST_F(MonitorTail, HasTheNewestLinesInSightWhenItIsShownAgain) {

@@ -9,6 +9,7 @@
 
 #include "ui/log_view.h"
 #include "ui/tail_pieces.h"
+#include "ui/win32/clipboard.h"
 
 namespace quillgate {
 
@@ -158,7 +159,14 @@ TailView::Range TailView::selection() const {
   DWORD end = 0;
   SendMessageW(edit_, EM_GETSEL, reinterpret_cast<WPARAM>(&begin), reinterpret_cast<LPARAM>(&end));
   if (inControl(selected_) == Range{begin, end}) return selected_;
-  return {held_.begin + begin, held_.begin + end};
+
+  // The user's. What reaches to the first or the last line that the control holds means the first
+  // or the last one of the text: that is how all is selected.
+  Range range{held_.begin + begin, held_.begin + end};
+  if (begin == end) return range;
+  if (range.begin == held_.begin) range.begin = 0;
+  if (range.end == held_.end) range.end = text_.size();
+  return range;
 }
 
 TailView::Range TailView::inControl(const Range& range) const {
@@ -170,6 +178,12 @@ void TailView::select(const Range& range) {
   selected_ = range;
   const Range shown = inControl(range);
   SendMessageW(edit_, EM_SETSEL, shown.begin, static_cast<LPARAM>(shown.end));
+}
+
+void TailView::copySelection() const {
+  const Range range = selection();
+  if (range.begin == range.end) return;
+  copyToClipboard(edit_, text_.substr(range.begin, range.end - range.begin));
 }
 
 void TailView::runTimer(UINT milliseconds) const {
@@ -196,6 +210,14 @@ LRESULT CALLBACK TailView::editProcedure(HWND edit, UINT message, WPARAM wParam,
       buffer[copied] = L'\0';
       return static_cast<LRESULT>(copied);
     }
+    case WM_COPY:
+      view.copySelection();
+      return 0;
+    case WM_KEYDOWN:
+      // Wine's control copies for these keys without sending itself the message.
+      if (wParam != VK_INSERT || GetKeyState(VK_CONTROL) >= 0) break;
+      view.copySelection();
+      return 0;
     default:
       break;
   }

@@ -5,8 +5,8 @@
 // can take it 50 ms, and a text of 250 such lines many seconds in which the window would be frozen.
 // A change of the control's width lays out all that it holds again. So after a new text or a new
 // size it holds only the lines that it can display: the newest, or where the reader was. The others
-// follow when nothing has changed for a moment. Whoever asks the control for its text gets
-// the whole of it at any time.
+// follow when nothing has changed for a moment. Whoever asks the control for its text or copies a
+// selection gets the whole of it at any time.
 #pragma once
 
 #include <windows.h>
@@ -62,6 +62,7 @@ class TailView {
   [[nodiscard]] Range selection() const;
   [[nodiscard]] Range inControl(const Range& range) const;
   void select(const Range& range);
+  void copySelection() const;
 
   void runTimer(UINT milliseconds) const;
 
