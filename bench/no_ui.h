@@ -7,9 +7,9 @@ namespace quillgate::bench {
 
 class NoUi final : public UiNotifier {
  public:
-  void linesWait() noexcept override {}
-  bool recordsWatched() const noexcept override { return false; }
-  bool recordsWait() noexcept override { return false; }
+  void notifyNewLines() noexcept override {}
+  bool isMonitorOpen() const noexcept override { return false; }
+  bool notifyNewRecords() noexcept override { return false; }
 };
 
 }  // namespace quillgate::bench

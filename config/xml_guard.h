@@ -1,20 +1,18 @@
 // What must hold for the bytes of a rule file before an XML library may see them. Pure; any thread.
 //
-// It makes hostile files cheap, and a file that one system accepts a file that the other accepts.
-// Below, libxml2 is the library on Linux; wine's MSXML is made of it. MSXML 6 is that of Windows.
-//  - The encoding shows markup without decoding: for all of them, since the rest builds on it.
-//    It is UTF-16 with a byte-order mark, or one in which a byte that is markup in ASCII is the
-//    same markup wherever it stands. Which of those it can read is the library's business.
-//  - No NUL, and no half unit of UTF-16 at the end: for libxml2, which stops there and accepts what
-//    came before.
-//  - No DTD: for libxml2, which would take default attributes and entities from it. MSXML 6
-//    prohibits DTDs unless it is told otherwise.
-//  - Limits of attributes and prefixes: for libxml2, which takes time quadratic in them. How MSXML
-//  6
-//    takes them is not documented.
+// It makes hostile files cheap, and makes both systems accept the same files. libxml2 is the
+// library on Linux and inside wine's MSXML; MSXML 6 is that of Windows.
+//  - Encoding, for all libraries, since the other rules build on it: markup shows without decoding.
+//    So it is UTF-16 with a byte-order mark, or an encoding in which a byte that is markup in ASCII
+//    is always that markup. Whether it can read the encoding is for the library to say.
+//  - No NUL, and no half UTF-16 unit at the end, for libxml2: it accepts what comes before.
+//  - No DTD, for libxml2: it would take default attributes and entities from it. MSXML 6 prohibits
+//    DTDs unless it is told otherwise.
+//  - Few attributes and prefixes, for libxml2: it takes time quadratic in their number. Nothing is
+//    documented about MSXML 6 here.
 //
-// The libraries themselves see to everything else that makes a document well-formed, to undeclared
-// prefixes (but wine's MSXML, which drops them), and to elements nested more than 256 deep.
+// The libraries check everything else that makes a document well-formed, undeclared prefixes
+// (except wine's MSXML, which drops them), and that elements nest at most 256 deep.
 #pragma once
 
 #include <cstddef>

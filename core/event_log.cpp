@@ -36,7 +36,7 @@ void EventLog::write(std::wstring_view message) {
       viewIndex_ -= std::min(viewIndex_, kLogTrimLines);
     }
   }
-  notifier_.linesWait();
+  notifier_.notifyNewLines();
 }
 
 std::vector<std::wstring> EventLog::takeNewLines() {

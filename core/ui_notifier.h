@@ -1,6 +1,6 @@
-// How the stores tell a front end that there is something new to show. The stores call it on
-// whatever thread brought the news, without holding a lock; an implementation wakes the UI thread
-// and returns at once. It must outlive every thread of the process.
+// How the stores notify a front end of something new to show. They call it on any thread, without
+// holding a lock. An implementation wakes the UI thread and returns at once. It must outlive every
+// thread of the process.
 #pragma once
 
 namespace quillgate {
@@ -10,13 +10,13 @@ class UiNotifier {
   virtual ~UiNotifier() = default;
 
   // New lines wait in the event log.
-  virtual void linesWait() noexcept = 0;
+  virtual void notifyNewLines() noexcept = 0;
 
-  // Whether anybody watches records now: a monitor window is open.
-  [[nodiscard]] virtual bool recordsWatched() const noexcept = 0;
+  // Whether a monitor window is open; without one, nobody wants to know of new records.
+  [[nodiscard]] virtual bool isMonitorOpen() const noexcept = 0;
 
   // New records wait in the capture store. False when the news could not be delivered.
-  [[nodiscard]] virtual bool recordsWait() noexcept = 0;
+  [[nodiscard]] virtual bool notifyNewRecords() noexcept = 0;
 };
 
 }  // namespace quillgate

@@ -46,10 +46,10 @@ void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) 
 }
 
 void TrafficMonitor::notify() {
-  if (!notifier_.recordsWatched()) return;
+  if (!notifier_.isMonitorOpen()) return;
   if (refreshPending_.exchange(true)) return;
   // A notice that was not delivered must not prevent all later ones.
-  if (!notifier_.recordsWait()) refreshPending_.store(false);
+  if (!notifier_.notifyNewRecords()) refreshPending_.store(false);
 }
 
 void TrafficMonitor::choose(std::int32_t filterValue) {

@@ -19,9 +19,9 @@ using platform::Transport;
 // Notes with each line of the log whether the worker that writes it is active.
 class ActiveNotifier final : public UiNotifier {
  public:
-  void linesWait() noexcept override { activeAtLine.push_back(active.load()); }
-  [[nodiscard]] bool recordsWatched() const noexcept override { return false; }
-  [[nodiscard]] bool recordsWait() noexcept override { return true; }
+  void notifyNewLines() noexcept override { activeAtLine.push_back(active.load()); }
+  [[nodiscard]] bool isMonitorOpen() const noexcept override { return false; }
+  [[nodiscard]] bool notifyNewRecords() noexcept override { return true; }
 
   std::atomic<bool> active{false};
   std::vector<bool> activeAtLine;

@@ -21,7 +21,7 @@ constexpr std::size_t kReadBytes = 16384;
 constexpr mode_t kNewFileMode = 0666;  // less the umask
 constexpr const char* kNewFileSuffix = ".quillgate-new";
 constexpr mode_t kModeBits = 07777;
-constexpr int kMostLinks = 40;  // as many as the kernel follows
+constexpr int kMaxLinks = 40;  // as many as the kernel follows
 
 Descriptor openFile(const std::string& path, int flags) {
   return Descriptor(
@@ -81,7 +81,7 @@ bool createInPlace(const std::string& path, std::span<const std::byte> bytes) {
 // Where the links that start at `path` end, whether or not something stands there.
 std::string endOfLinks(std::filesystem::path path) {
   std::error_code error;
-  for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(path, error); ++links) {
+  for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(path, error); ++links) {
     path = path.parent_path() / std::filesystem::read_symlink(path, error);
   }
   return path.native();

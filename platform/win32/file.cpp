@@ -14,9 +14,9 @@ namespace {
 
 constexpr const wchar_t* kNewFileSuffix = L".quillgate-new";
 constexpr std::size_t kReadBytes = 16384;
-constexpr std::size_t kMostBytesPerWrite = 1024 * 1024;
+constexpr std::size_t kMaxBytesPerWrite = 1024 * 1024;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr int kMostAttempts = 20;
+constexpr int kMaxAttempts = 20;
 constexpr DWORD kPauseMs = 10;
 
 FileHandle openFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
@@ -39,14 +39,14 @@ auto whenFree(Call call) {
     auto result = call();
     const DWORD error = result ? ERROR_SUCCESS : ::GetLastError();
     const bool mayPass = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
-    if (!mayPass || attempt == kMostAttempts) return result;
+    if (!mayPass || attempt == kMaxAttempts) return result;
     ::Sleep(kPauseMs);
   }
 }
 
 bool writeAll(const FileHandle& file, std::span<const std::byte> bytes) {
   while (!bytes.empty()) {
-    const auto size = static_cast<DWORD>(std::min(bytes.size(), kMostBytesPerWrite));
+    const auto size = static_cast<DWORD>(std::min(bytes.size(), kMaxBytesPerWrite));
     DWORD written = 0;
     if (::WriteFile(file.native(), bytes.data(), size, &written, nullptr) == FALSE) return false;
     if (written == 0) return false;

@@ -127,7 +127,7 @@ TEST_F(BadNetworkTest, OnlyTheNetworkLosesDatagrams) {
   // Sends them all and expects at `receiver` all but those that the link loses meanwhile. Those on
   // the way are few enough for the smallest buffer that the system has for them.
   const auto expectLossless = [&](const Socket& sender, const Socket& receiver) {
-    constexpr int kMostOnTheWay = 32;
+    constexpr int kMaxOnTheWay = 32;
     const int lostBefore = network->lostDatagrams();
     int sent = 0;
     std::set<int> received;
@@ -135,7 +135,7 @@ TEST_F(BadNetworkTest, OnlyTheNetworkLosesDatagrams) {
       return sent - static_cast<int>(received.size()) - (network->lostDatagrams() - lostBefore);
     };
     EXPECT_TRUE(test::eventually([&] {
-      for (; sent < kDatagrams && onTheWay() < kMostOnTheWay; ++sent) {
+      for (; sent < kDatagrams && onTheWay() < kMaxOnTheWay; ++sent) {
         const std::string text = numbered(sent);
         EXPECT_GT(platform::sendDatagram(sender, std::as_bytes(std::span(text)), relay()), 0);
       }

@@ -21,12 +21,12 @@ class FakeNotifier final : public UiNotifier {
   std::function<void()> onLine = [] {};
   std::function<void()> onRecords = [] {};
 
-  void linesWait() noexcept override {
+  void notifyNewLines() noexcept override {
     ++lineNotices;
     onLine();
   }
-  [[nodiscard]] bool recordsWatched() const noexcept override { return watched; }
-  [[nodiscard]] bool recordsWait() noexcept override {
+  [[nodiscard]] bool isMonitorOpen() const noexcept override { return watched; }
+  [[nodiscard]] bool notifyNewRecords() noexcept override {
     ++recordNotices;
     onRecords();
     return delivers;

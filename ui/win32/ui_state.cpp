@@ -12,15 +12,17 @@ namespace {
 // handle is checked, and posting to one that goes in between fails.
 class WindowNotifier final : public UiNotifier {
  public:
-  void linesWait() noexcept override {
+  void notifyNewLines() noexcept override {
     UiState& ui = uiState();
     if (!IsWindow(ui.logWindow) || !ui.lineNotices.take()) return;
     if (!post(ui.logWindow, WM_LOG_NEW_LINE)) ui.lineNotices.giveBack();
   }
 
-  bool recordsWatched() const noexcept override { return IsWindow(uiState().monitorWindow) != 0; }
+  bool isMonitorOpen() const noexcept override { return IsWindow(uiState().monitorWindow) != 0; }
 
-  bool recordsWait() noexcept override { return post(uiState().monitorWindow, WM_MONITOR_REFRESH); }
+  bool notifyNewRecords() noexcept override {
+    return post(uiState().monitorWindow, WM_MONITOR_REFRESH);
+  }
 
  private:
   static bool post(HWND window, UINT message) noexcept {

@@ -12,23 +12,23 @@ namespace {
 
 constexpr const wchar_t* kTaskVariable = L"QUILLGATE_TEST_CHILD_TASK";
 constexpr UINT kKilled = 99;
-constexpr DWORD kMostCharacters = 1024;
+constexpr DWORD kMaxCharacters = 1024;
 
 std::wstring widened(const char* ascii) { return {ascii, ascii + std::strlen(ascii)}; }
 
 }  // namespace
 
 std::optional<std::wstring> childTask() {
-  std::array<wchar_t, kMostCharacters> task;
-  const DWORD length = ::GetEnvironmentVariableW(kTaskVariable, task.data(), kMostCharacters);
+  std::array<wchar_t, kMaxCharacters> task;
+  const DWORD length = ::GetEnvironmentVariableW(kTaskVariable, task.data(), kMaxCharacters);
   if (length == 0) return std::nullopt;
   return std::wstring(task.data(), length);
 }
 
 ChildProcess::ChildProcess(const std::wstring& task) {
   const auto* self = testing::UnitTest::GetInstance()->current_test_info();
-  std::array<wchar_t, kMostCharacters> program;
-  EXPECT_NE(::GetModuleFileNameW(nullptr, program.data(), kMostCharacters), 0U);
+  std::array<wchar_t, kMaxCharacters> program;
+  EXPECT_NE(::GetModuleFileNameW(nullptr, program.data(), kMaxCharacters), 0U);
   std::wstring command = L"quillgate_tests --gtest_filter=" + widened(self->test_suite_name()) +
                          L"." + widened(self->name());
   STARTUPINFOW start{};
