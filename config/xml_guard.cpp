@@ -61,7 +61,7 @@ bool startsWithMarkup(Units document) {
 }
 
 // How the names of encodings start in which every byte that is markup in ASCII is the same markup,
-// wherever it stands. In some of them, such as Shift_JIS, such a byte may be the second half of a
+// wherever it occurs. In some of them, such as Shift_JIS, such a byte may be the second half of a
 // character if it is a letter or one of @[\]^_`{|}~; the scan below looks at none of these alone.
 // Not among them: UTF-7, EBCDIC, ISO 2022 and others that shift, Johab.
 constexpr auto kAsciiBased = std::to_array<std::string_view>(

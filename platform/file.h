@@ -11,7 +11,7 @@
 
 namespace quillgate::platform {
 
-// Whether a file or a folder stands at `path`.
+// Whether there is a file or a folder at `path`.
 [[nodiscard]] bool pathExists(const std::wstring& path);
 
 // The whole file; empty when it cannot be read or has more than `maxBytes` bytes.
@@ -34,13 +34,12 @@ bool appendToFile(const std::wstring& path, std::span<const std::byte> bytes);
 // The file itself is written where none can be created beside it or take its place, for example
 // because the longer name is too long; where a new one cannot have those rights; and on Windows
 // behind a link. Only then can the system's end leave half of it. A link stays one. A file that may
-// not be written is left alone. On false the old content stands as it was, or there is no file, as
-// before.
+// not be written is left alone. On false the old content is there, or no file if there was none.
 [[nodiscard]] bool replaceFile(const std::wstring& path, std::span<const std::byte> bytes);
 
-// Creates the file at `path`, or empties the one that stands there, and writes each of `parts` that
-// is not empty with one write. Others may read the file meanwhile. On false the file stays as far
-// as it got.
+// Creates the file at `path`, or empties the one that is there, and writes each of `parts` that is
+// not empty with one write. Others may read the file meanwhile. On false the file stays as far as
+// it got.
 [[nodiscard]] bool writeFileAnew(const std::wstring& path,
                                  std::initializer_list<std::span<const std::byte>> parts);
 

@@ -33,8 +33,8 @@ class XmlElement {
   // Makes `text` the whole content. Characters that XML cannot hold must not be in it.
   bool setText(const std::wstring& text);
   bool setAttribute(const std::wstring& name, const std::wstring& value);
-  // Makes `child`, an element of the same document that stands nowhere yet, the last child. After
-  // false, which is the library's refusal, `child` must not be used any more.
+  // Makes `child`, a new element of the same document, the last child. After false, which is the
+  // library's refusal, `child` must not be used any more.
   bool appendChild(const XmlElement& child);
 
  private:
@@ -59,7 +59,7 @@ class XmlDocument {
   // The first element in document order that the absolute XPath selects, or nothing.
   [[nodiscard]] std::optional<XmlElement> selectSingleNode(const std::wstring& path) const;
 
-  // A new element that belongs to the document but stands nowhere in it yet. `name` is an XML name
+  // A new element for the document, which is not in its tree until it is appended. `name` is an XML name
   // without a prefix.
   [[nodiscard]] std::optional<XmlElement> createElement(const std::wstring& name);
 

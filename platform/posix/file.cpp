@@ -78,7 +78,7 @@ bool createInPlace(const std::string& path, std::span<const std::byte> bytes) {
   return false;
 }
 
-// Where the links that start at `path` end, whether or not something stands there.
+// Where the links that start at `path` end, whether or not there is a file.
 std::string endOfLinks(std::filesystem::path path) {
   std::error_code error;
   for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(path, error); ++links) {
@@ -87,7 +87,7 @@ std::string endOfLinks(std::filesystem::path path) {
   return path.native();
 }
 
-// Whether `path` still stands for the open file; nothing when the system does not say.
+// Whether `path` still names the open file; nothing when the system does not say.
 std::optional<bool> stillNames(const std::string& path, const Descriptor& file) {
   struct stat named {};
   struct stat opened {};

@@ -117,7 +117,7 @@ bool XmlElement::appendChild(const XmlElement& child) {
 
 struct XmlDocument::Native {
   DocOwner doc;     // none when a parse ran out of memory
-  NodeOwner loose;  // a fragment that owns the elements that stand nowhere; ends before `doc`
+  NodeOwner loose;  // a fragment that owns new elements until they are appended; ends before `doc`
 
   // False when there is no memory for it; there is no document then.
   bool take(DocOwner newDoc) {
