@@ -3,7 +3,7 @@
 //
 // UI thread only (on Windows the XML library lives there). Both operations block on the disk,
 // report what happened with one line in the log, and take no lock: the caller passes rules that
-// nobody else changes meanwhile.
+// no other thread changes meanwhile.
 #pragma once
 
 #include <string>

@@ -47,7 +47,7 @@ std::optional<std::u16string> unitsOf(std::span<const std::byte> bytes) {
   return joinPairs(bytes.subspan(2), startsWith(bytes, {0xFF, 0xFE}) ? 0 : 1);
 }
 
-// The part of `text` behind the next `end`; nothing when there is none.
+// The part of `text` after the next `end`; empty when there is none.
 Units behind(Units text, Units end) {
   const std::size_t at = text.find(end);
   return at == Units::npos ? Units() : text.substr(at + end.size());
@@ -60,8 +60,8 @@ bool startsWithMarkup(Units document) {
   return first != Units::npos && document[first] == u'<';
 }
 
-// How the names of encodings start in which every byte that is markup in ASCII is the same markup,
-// wherever it occurs. In some of them, such as Shift_JIS, such a byte may be the second half of a
+// Prefixes of the names of encodings in which every byte that is markup in ASCII is always that
+// markup. In some of them, such as Shift_JIS, such a byte may be the second half of a
 // character if it is a letter or one of @[\]^_`{|}~; the scan below looks at none of these alone.
 // Not among them: UTF-7, EBCDIC, ISO 2022 and others that shift, Johab.
 constexpr auto kAsciiBased = std::to_array<std::string_view>(

@@ -33,8 +33,8 @@ class ForwardingServer {
   // std::system_error when the system has no thread left.
   void start();
 
-  // Ends the workers and waits for them, kRunningCheckInterval or little more. Does nothing when
-  // stopped already. Open TCP sessions go on.
+  // Ends the workers and waits for them, which takes little more than kRunningCheckInterval. Does
+  // nothing when stopped already. Open TCP sessions go on.
   void stop();
 
   [[nodiscard]] bool isRunning() const { return running_.load(); }

@@ -109,9 +109,9 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
   const auto pump = [&](std::wstring_view directionText, const Socket& from, const Socket& to) {
     relayAndCapture(sinks.monitor, ruleIndex, peerText, directionText, from, to);
   };
-  // This thread is the pump of the other direction. A third one could only wait for two others:
-  // nobody outside can tell, because what ends each direction, what is captured of it and what
-  // follows both are the same.
+  // This thread is the second pump. A thread that only waits for two pumps would cost every session
+  // its creation and its stack, and make no difference from outside: what ends each direction, what
+  // is captured of it and what follows both are the same.
   platform::Thread clientToTarget(platform::kWorkerStackBytes,
                                   [&] { pump(L"C->S", clientSocket, targetSocket); });
   pump(L"S->C", targetSocket, clientSocket);

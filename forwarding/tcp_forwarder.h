@@ -2,8 +2,8 @@
 // plain byte relay: it never looks into the data, and it offers every chunk to the monitor before
 // it sends it on.
 //
-// Thread bodies: each blocks for the life of what it serves and reports to the log and the monitor
-// only.
+// Thread bodies: each returns when what it serves has ended, and reports only to the log and the
+// monitor.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 
 namespace quillgate {
 
-// Most bytes a pump takes at once.
+// Most bytes that a pump receives at once.
 inline constexpr std::size_t kRelayBufferBytes = 8192;
 
 // Listens on the rule's local port until the running flag is cleared, which it notices within

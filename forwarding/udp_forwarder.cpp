@@ -14,8 +14,8 @@ namespace {
 using platform::Socket;
 using platform::SocketAddress;
 
-// What may wait while the worker gets no processor. The 64 to 208 KiB that systems give by
-// themselves lose datagrams of a burst then.
+// Datagrams wait here while the worker is not scheduled. With the systems' own 64 to 208 KiB, a
+// burst would lose some then.
 constexpr std::int32_t kReceiveBufferBytes = 1024 * 1024;
 
 // The life of one rule's socket after its set-up.

@@ -21,7 +21,7 @@ namespace quillgate::platform {
   return reinterpret_cast<sockaddr*>(address.bytes.data());
 }
 
-// The start of `address` as a structure of the system; what it does not reach is zero.
+// The start of `address` as a structure of the system; zero where `address` is shorter.
 template <typename Native>
 [[nodiscard]] Native nativeCopyOf(std::span<const std::byte> address) {
   Native native{};
@@ -34,9 +34,9 @@ template <typename Native>
 // A structure of the system, of at most kAddressStorageBytes, as a SocketAddress.
 [[nodiscard]] SocketAddress addressFrom(const void* native, std::size_t length);
 
-// Whether `text` has digits from 0 to 9 and dots only. All else that is no IPv4 address inet_pton
-// and InetPtonW refuse by themselves, leading zeros among it. But both end at a zero character, and
-// the InetPtonW of wine 8 takes full-width digits and dots, too.
+// Whether `text` has only digits from 0 to 9 and dots. inet_pton and InetPtonW refuse whatever else
+// is no IPv4 address, leading zeros included. But both stop at a zero character, and the InetPtonW
+// of wine 8 also takes full-width digits and dots.
 [[nodiscard]] bool hasOnlyDigitsAndDots(std::wstring_view text);
 
 }  // namespace quillgate::platform

@@ -4,7 +4,7 @@
 // they do not close it or repeat the same direction. startPlatform() (platform/system.h) must have
 // succeeded before. No function throws and none writes a log line: a failure is a false, an empty
 // value or a negative count, and the caller knows what it means. A call that a signal interrupts is
-// taken up again. Sending to a peer that has gone never raises a signal.
+// repeated. Sending to a peer that has gone never raises a signal.
 #pragma once
 
 #include <array>
@@ -64,11 +64,10 @@ class Socket {
 [[nodiscard]] Socket openTcpSocketFor(const SocketAddress& target) noexcept;
 
 // Sets the system's address-reuse option, so that the local address can be bound while an earlier
-// connection of it is still closing. It also lets sockets share a port. On Linux these are UDP
-// sockets that all have the option: the one bound last receives every datagram, unless another is
-// bound to the very address that it was sent to. On Windows it is, as documented, any port that no
-// socket holds with SO_EXCLUSIVEADDRUSE, for TCP, too, and who receives what is undefined. Best
-// effort.
+// connection of it is still closing. It also lets sockets share a port. On Linux: UDP sockets that
+// all have the option; the one bound last receives every datagram, unless another one is bound to
+// the very address that the datagram was sent to. On Windows, as documented: any sockets, for TCP,
+// too, unless one of them has SO_EXCLUSIVEADDRUSE; who receives what is undefined. Best effort.
 void allowAddressReuse(const Socket& socket) noexcept;
 
 // Asks for room for `bytes` bytes that have arrived and wait to be received, so that a burst finds
@@ -88,7 +87,7 @@ enum class WaitResult { readable, timedOut, failed };
 [[nodiscard]] WaitResult waitReadable(const Socket& socket,
                                       std::chrono::microseconds timeout) noexcept;
 
-// How long a listener rests that has no descriptor for a connection, which goes on waiting.
+// How long acceptConnection() pauses when the process has no descriptor left.
 inline constexpr std::chrono::milliseconds kPauseWithoutDescriptors{10};
 
 // Accepts one connection that waits on `listener` and stores its address in `peer`. Never blocks:

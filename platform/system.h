@@ -1,5 +1,5 @@
-// What the engine asks of the system besides sockets, files and XML: its libraries made ready, the
-// clock on the wall, and the user's folder for application data.
+// What the engine asks of the system besides sockets, files and XML: to prepare its libraries, the
+// local time, and the user's folder for application data.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace quillgate::platform {
 
-// What stands between two parts of a path on this system.
+// The path separator of this system.
 extern const wchar_t kPathSeparator;
 
 // Local wall-clock time.
@@ -21,11 +21,11 @@ struct LocalTime {
   int millisecond = 0;
 };
 
-// Prepares what the other seams need: sockets, and on Windows COM on the calling thread. Where the
-// system limits descriptors, as Linux does, sets that limit to the most that the system allows but
-// no more than two thirds of the threads that it allows, so that clients who open sessions without
-// end are stopped by the first of them, which is harmless. Called once, by the main thread, before
-// any other function of the seams. False when there are no sockets.
+// Prepares what the other seams need: sockets, and on Windows COM on the calling thread. On Linux,
+// sets the limit of descriptors to the most that the system allows, but to no more than two thirds
+// of the threads that it allows: clients who open more and more sessions meet that limit first, and
+// it only makes listeners pause. Called once, by the main thread, before any other function of the
+// seams. False when there are no sockets.
 [[nodiscard]] bool startPlatform() noexcept;
 
 // Ends what startPlatform() began, on the same thread. Where that ends the socket library too, as
@@ -40,7 +40,7 @@ void stopPlatform() noexcept;
 [[nodiscard]] std::wstring localAppDataFolder();
 
 // Creates the folder and every missing folder above it, for this user alone where rights are given
-// at creation; a relative path starts at the current folder. True when the folder stands
+// at creation; a relative path starts at the current folder. True when the folder exists
 // afterwards.
 bool createFolders(const std::wstring& path);
 

@@ -51,7 +51,7 @@ class XmlDocument {
   XmlDocument& operator=(XmlDocument&&) noexcept;
   ~XmlDocument();
 
-  // Replaces the document by what `bytes` say; elements of the one before must not be used any
+  // Replaces the document by the one in `bytes`; elements of the former one must not be used any
   // more. True only for a complete, well-formed document; after false the document is empty. White
   // space is kept.
   [[nodiscard]] bool parse(std::span<const std::byte> bytes);
@@ -59,8 +59,8 @@ class XmlDocument {
   // The first element in document order that the absolute XPath selects, or nothing.
   [[nodiscard]] std::optional<XmlElement> selectSingleNode(const std::wstring& path) const;
 
-  // A new element for the document, which is not in its tree until it is appended. `name` is an XML name
-  // without a prefix.
+  // A new element for the document, which is not in its tree until it is appended. `name` is an XML
+  // name without a prefix.
   [[nodiscard]] std::optional<XmlElement> createElement(const std::wstring& name);
 
   // Makes `root` the document element; false when there is one already.

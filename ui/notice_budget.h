@@ -1,10 +1,10 @@
-// How many notices of news may be on their way to a window. Any thread; never blocks.
+// A limit for the notices that may wait in a window's message queue. Any thread; never blocks.
 //
-// Systems hand out posted messages before input, also in the loops that dialogs, menus and the
-// moving of windows run: news that is posted as fast as it is taken keeps the user waiting there.
-// So whoever brings news takes from the budget, and posts no notice when it is used up. Nothing is
-// missed: one of the notices before it has not been answered yet, and whoever answers renews the
-// budget first and looks for all news then.
+// Windows hands out posted messages before input, also in the message loops of dialogs, menus and
+// moving windows. Notices that are posted as fast as they are taken would keep the user waiting
+// there. So a thread takes from the budget before it posts a notice, and posts none when nothing is
+// left. No news is missed: an earlier notice is still waiting then, and the window renews the
+// budget before it looks for news.
 #pragma once
 
 #include <atomic>
@@ -15,7 +15,7 @@ class NoticeBudget {
  public:
   static constexpr int kMaxNotices = 100;
 
-  // Whether a notice may be posted. Called after the news is where it will be looked for.
+  // Whether a notice may be posted. Called after the news is in its store.
   [[nodiscard]] bool take() noexcept {
     if (taken_ >= kMaxNotices) return false;
     ++taken_;
@@ -29,8 +29,8 @@ class NoticeBudget {
   void renew() noexcept { taken_ = 0; }
 
  private:
-  // More than the maximum when threads take at the same moment, less than 0 when one gives back
-  // what was renewed meanwhile: both are put right by the next renewal.
+  // May pass the maximum when threads take at the same moment, and fall below 0 when one gives back
+  // after a renewal. The next renewal corrects both.
   std::atomic<int> taken_{0};
 };
 

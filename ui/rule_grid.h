@@ -9,7 +9,7 @@
 
 namespace quillgate {
 
-// The content of one row. Every text is possible in its fields.
+// The content of one row. Its fields may hold any text.
 struct RuleRow {
   bool enabled = false;
   Protocol proto = Protocol::tcp;
@@ -28,10 +28,10 @@ inline constexpr const wchar_t* kFieldNames[] = {L"enabled", L"protocol", L"loca
 // "Rule 3 target IP".
 [[nodiscard]] std::wstring accessibleName(std::size_t rule, std::size_t field);
 
-// A protocol that is neither is shown as UDP.
+// A protocol that is not TCP is shown as UDP.
 [[nodiscard]] RuleRow rowFrom(const ForwardRule& rule);
 
-// Nothing is rejected: texts that are no port become one, an empty target becomes "127.0.0.1".
+// Nothing is rejected: any text becomes a port, and an empty target becomes "127.0.0.1".
 [[nodiscard]] ForwardRule ruleFrom(const RuleRow& row);
 
 }  // namespace quillgate

@@ -7,7 +7,7 @@ namespace quillgate {
 std::size_t beginOfPieceBefore(std::wstring_view text, std::size_t shownFrom,
                                std::size_t maxCharacters) {
   if (shownFrom <= maxCharacters) return 0;
-  // A line begins behind a line feed; the last line of the piece keeps its own.
+  // A line starts after a line feed; the last line of the piece keeps its own.
   const std::wstring_view hidden = text.substr(0, shownFrom);
   const std::size_t firstFitting = hidden.find(L'\n', shownFrom - maxCharacters - 1);
   if (firstFitting != std::wstring_view::npos && firstFitting + 1 < shownFrom) {

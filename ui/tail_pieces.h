@@ -6,19 +6,19 @@
 
 namespace quillgate {
 
-// Where the piece begins that goes in front of what is shown already, text[shownFrom] and after:
-// whole lines, as many as fit into `maxCharacters` but at least one. `shownFrom` is the size of the
-// text, or the beginning of a line; 0 means that all is shown.
+// The start of the piece to put before what is shown, which is text[shownFrom] and after: whole
+// lines, as many as fit into `maxCharacters` but at least one. `shownFrom` is the size of the text,
+// or the start of a line; 0 means that all is shown.
 [[nodiscard]] std::size_t beginOfPieceBefore(std::wstring_view text, std::size_t shownFrom,
                                              std::size_t maxCharacters);
 
-// Where the piece ends that goes behind what is shown already, everything before text[shownTo]:
-// whole lines, as many as fit into `maxCharacters` but at least one. `shownTo` is 0 or the
-// beginning of a line.
+// The end of the piece to put after what is shown, which is everything before text[shownTo]: whole
+// lines, as many as fit into `maxCharacters` but at least one. `shownTo` is 0 or the start of a
+// line.
 [[nodiscard]] std::size_t endOfPieceAfter(std::wstring_view text, std::size_t shownTo,
                                           std::size_t maxCharacters);
 
-// Where the line begins that text[place] is in.
+// The start of the line that contains text[place].
 [[nodiscard]] std::size_t beginOfLineAt(std::wstring_view text, std::size_t place);
 
 }  // namespace quillgate

@@ -16,10 +16,10 @@
 namespace quillgate::platform {
 namespace {
 
-// Bases of the desktop's folders are created for the user alone.
+// The desktop's base directories are created for the user alone.
 constexpr mode_t kFolderMode = 0700;
 
-// Of the memory areas that a process may have, what a thread takes: its stack and the guard page.
+// What a thread takes of the memory areas that a process may have: its stack and the guard page.
 constexpr rlim_t kMapsPerThread = 2;
 
 std::string environmentValue(const char* name) {
@@ -46,17 +46,17 @@ bool createFolderTree(std::string path) {
       !createFolderTree(path.substr(0, separator))) {
     return false;
   }
-  // Another process may have been faster.
+  // Another process may have created it meanwhile.
   return ::mkdir(path.c_str(), kFolderMode) == 0 || isFolder(path);
 }
 
-// The limit that a file of the system states; none where there is no such file or it says "max".
+// The limit in a file of the system; RLIM_INFINITY where there is no such file or it says "max".
 rlim_t limitIn(const std::string& path) {
   rlim_t limit = 0;
   return std::ifstream(path) >> limit ? limit : RLIM_INFINITY;
 }
 
-// The least that the control group of this process, or one above it, allows its processes together.
+// The lowest limit of threads in the control group of this process and those above it.
 rlim_t threadsOfControlGroup() {
   rlim_t least = RLIM_INFINITY;
   std::ifstream groups("/proc/self/cgroup");

@@ -94,7 +94,7 @@ bool mayBeWritten(const std::wstring& path) {
   return static_cast<bool>(whenFree(open));
 }
 
-// Gives `to` the access list of `from`, with the marks of what its folder has handed down to it.
+// Gives `to` the access list of `from`, including which entries are inherited.
 bool copyAccessList(const FileHandle& from, const FileHandle& to) {
   DWORD size = 0;
   ::GetKernelObjectSecurity(from.native(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);

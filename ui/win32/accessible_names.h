@@ -1,6 +1,5 @@
-// Names by which screen readers call controls that have no label of their own. Nothing visible
-// depends on them, so a system without the service for them does without. UI thread only; needs
-// COM.
+// Names for screen readers of controls that have no label of their own. Nothing visible depends on
+// them: without the system's service for them there are none. UI thread only; needs COM.
 #pragma once
 
 #include <windows.h>
@@ -21,7 +20,7 @@ class AccessibleNames {
 
   void set(HWND control, const std::wstring& name);
 
-  // Takes all names back; due before the controls are destroyed, for the system keeps them else.
+  // Takes all names back. Called before the controls are destroyed: the system would keep them.
   void clear();
 
  private:

@@ -11,7 +11,7 @@ struct FreeMemory {
 };
 using GlobalMemory = std::unique_ptr<void, FreeMemory>;
 
-// The text with a zero behind it; null when there is no memory.
+// The text with a zero at its end; null when there is no memory.
 GlobalMemory memoryWith(std::wstring_view text) {
   GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, (text.size() + 1) * sizeof(wchar_t)));
   if (!memory) return memory;

@@ -7,8 +7,7 @@
 
 namespace quillgate {
 
-// Puts `text` in the place of whatever is there; does nothing while another program uses the
-// clipboard.
+// Replaces the content of the clipboard by `text`. Does nothing while another program uses it.
 void copyToClipboard(HWND owner, std::wstring_view text);
 
 }  // namespace quillgate

@@ -18,7 +18,7 @@ namespace {
 
 constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
 
-// The first placement only: the size change of the first showing brings kLayout.
+// The places at creation only: the size change when the window is first shown applies kLayout.
 constexpr Rectangle kFirstIndicatorPlace{10, 18, 18, 18};
 constexpr ControlRow kButtons[] = {
     {IDC_START_STOP, L"BUTTON", L"Stop server", BS_PUSHBUTTON, 0, {40, 10, 180, 34}},

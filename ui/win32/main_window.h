@@ -10,8 +10,8 @@ class MainWindow final : public Window {
  public:
   static constexpr const wchar_t* kClassName = L"QuillgateMainWnd";
 
-  // Registers the class and creates the window, not shown yet; null when the system refuses.
-  // Destroying it stops the server and ends the message loop.
+  // Registers the class and creates the window, which is not shown yet; null when the system
+  // refuses. Destroying it stops the server and ends the message loop.
   [[nodiscard]] static HWND open();
 
  protected:

@@ -1,5 +1,6 @@
-// Keeps a window from refreshing for every single notice when news come fast: what the first notice
-// finds is shown at once, and what comes within 100 ms when these are over. UI thread only.
+// Lets a window refresh at most every 100 ms when notices come fast: the first one refreshes it at
+// once, and those that come within 100 ms are answered together when the time is over. UI thread
+// only.
 #pragma once
 
 #include <windows.h>
@@ -8,11 +9,12 @@ namespace quillgate {
 
 class RefreshPace {
  public:
-  // Whose WM_TIMER is to refresh the window. TailView has another one on the monitor window.
+  // The timer whose WM_TIMER is to refresh the window. TailView uses another one on the monitor
+  // window.
   static constexpr UINT_PTR kTimer = 2;
 
-  // Whether the notice that is being handled is to refresh the window. Whoever sends one, instead
-  // of posting it, has it handled when the call returns.
+  // Whether the notice that is being handled is to refresh the window. One that was sent, and not
+  // posted, always does.
   [[nodiscard]] bool refreshesNow() const {
     return GetTickCount64() >= nextRefresh_ || InSendMessage() != 0;
   }

@@ -18,7 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr UINT_PTR kTimer = 1;
-// How long nothing has to change before more lines follow, and how long after some the next.
+// How long nothing may change before more lines are added, and the pause between pieces.
 constexpr UINT kRestMilliseconds = 300;
 constexpr UINT kTimerMilliseconds = 50;
 // How much goes into the control at once, and for how long.
@@ -160,8 +160,8 @@ TailView::Range TailView::selection() const {
   SendMessageW(edit_, EM_GETSEL, reinterpret_cast<WPARAM>(&begin), reinterpret_cast<LPARAM>(&end));
   if (inControl(selected_) == Range{begin, end}) return selected_;
 
-  // The user's. What reaches to the first or the last line that the control holds means the first
-  // or the last one of the text: that is how all is selected.
+  // The user has selected something else. A selection that reaches the first or the last line that
+  // the control holds reaches that of the text: so "Select All" selects all of it.
   Range range{held_.begin + begin, held_.begin + end};
   if (begin == end) return range;
   if (range.begin == held_.begin) range.begin = 0;

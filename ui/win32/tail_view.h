@@ -1,12 +1,11 @@
 // A read-only edit control that shows the end of a long text at once and the rest a little later.
 // UI thread only.
 //
-// Laying out wrapped lines is what such a control takes its time for: a line of 4,096 characters
-// can take it 50 ms, and a text of 250 such lines many seconds in which the window would be frozen.
-// A change of the control's width lays out all that it holds again. So after a new text or a new
-// size it holds only the lines that it can display: the newest, or where the reader was. The others
-// follow when nothing has changed for a moment. Whoever asks the control for its text or copies a
-// selection gets the whole of it at any time.
+// Such a control takes long to lay out wrapped lines: 50 ms for a line of 4,096 characters, and
+// many seconds, in which the window would be frozen, for a text of 250 such lines. A change of its
+// width lays out everything in it again. So after a new text or a new size it holds only the lines
+// that it can display: the newest, or those where the reader was. The others are added when nothing
+// has changed for a moment. Its text, and what is copied from it, are always complete.
 #pragma once
 
 #include <windows.h>
@@ -27,8 +26,8 @@ class TailView {
   // Makes `text` the text and shows its newest lines, with nothing selected.
   void show(std::wstring text);
 
-  // Moves and sizes the view. A reader at the end goes on seeing the newest lines, another one the
-  // line that was uppermost; what is selected stays selected.
+  // Moves and sizes the view. A view at its end keeps showing the newest lines, another one the
+  // line that was at its top; what is selected stays selected.
   void place(const Rectangle& rectangle);
 
   // Adds lines until all are there. True when the timer was the view's.
@@ -46,8 +45,8 @@ class TailView {
   static LRESULT CALLBACK editProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lParam,
                                         UINT_PTR id, DWORD_PTR self) noexcept;
 
-  // Show as much of the end as the control can display, with the caret at the end, or of what comes
-  // from the displayed line on that text_[place] is in.
+  // Fill the control's height: with the end of the text and the caret there, or from the displayed
+  // line on that contains text_[place].
   void showEnd();
   void showFrom(std::size_t place);
   void hold(Range range);
@@ -70,8 +69,8 @@ class TailView {
   std::wstring text_;
   Range held_{};      // the part of text_ that the control holds
   Range selected_{};  // what select() has made the selection; held_ may be less
-  // Whether the end was shown while the control could not be seen. Nobody promises that one scrolls
-  // then, so it does so once more before it is painted.
+  // Whether the end was shown while the control was hidden. A hidden control may not scroll, so it
+  // scrolls again before it is painted.
   bool endIsUnseen_ = false;
 };
 

@@ -8,8 +8,8 @@ namespace quillgate {
 
 namespace {
 
-// Wakes a window by posting it a message. A window that has just gone is no error: the window's
-// handle is checked, and posting to one that goes in between fails.
+// Notifies a window by posting it a message. A window that has just been closed is no error: its
+// handle is checked first, and posting to one that is closed in between fails.
 class WindowNotifier final : public UiNotifier {
  public:
   void notifyNewLines() noexcept override {

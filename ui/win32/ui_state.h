@@ -35,7 +35,7 @@ struct UiState {
   HWND monitorFilterList = nullptr;
   HWND monitorFormatList = nullptr;
   HWND monitorView = nullptr;
-  MonitorControls* monitorControls = nullptr;  // stands as long as monitorWindow is a window
+  MonitorControls* monitorControls = nullptr;  // valid as long as monitorWindow is a window
 
   HFONT uiFont = nullptr;
   HBRUSH whiteBrush = nullptr;
@@ -43,8 +43,8 @@ struct UiState {
 
 [[nodiscard]] UiState& uiState();
 
-// The engine's objects; they tell the windows of news by posting the private messages. Created by
-// the first call.
+// The engine's objects; they notify the windows of news by posting the private messages. Created
+// by the first call.
 [[nodiscard]] SharedState& sharedState();
 
 }  // namespace quillgate
