@@ -4,6 +4,7 @@
 #include <dlgs.h>
 
 #include <array>
+#include <functional>
 
 #include "tests/support/deadline.h"
 #include "tests/ui/controls.h"
@@ -12,10 +13,32 @@ namespace quillgate::test {
 
 namespace {
 
+// Looks for a control in a dialog and in all that is inside it.
+HWND findInside(HWND dialog, const std::function<bool(HWND)>& isIt) {
+  for (const HWND child : childrenOf(dialog)) {
+    if (isIt(child)) return child;
+    if (const HWND found = findInside(child, isIt)) return found;
+  }
+  return nullptr;
+}
+
+// An edit in a combo box: in one with a known id, or one that has such an id itself. Which it is
+// depends on the kind of dialog and on the version of Windows.
 HWND nameField(HWND fileDialog) {
+  constexpr int kEditOfNewerSaveDialogs = 1001;
   const HWND box = GetDlgItem(fileDialog, cmb13);
-  return FindWindowExW(FindWindowExW(box, nullptr, L"ComboBox", nullptr), nullptr, L"Edit",
-                       nullptr);
+  return findInside(box != nullptr ? box : fileDialog, [&](HWND control) {
+    return classOf(control) == L"Edit" &&
+           (box != nullptr || GetDlgCtrlID(control) == kEditOfNewerSaveDialogs);
+  });
+}
+
+// The combo box that offers types of files.
+HWND typeList(HWND fileDialog) {
+  if (const HWND list = GetDlgItem(fileDialog, cmb1)) return list;
+  return findInside(fileDialog, [](HWND control) {
+    return classOf(control) == L"ComboBox" && (styleOf(control) & 3) == CBS_DROPDOWNLIST;
+  });
 }
 
 // Whether there is red on the screen where the control is; no icon but that of errors has any.
@@ -86,7 +109,7 @@ void press(HWND dialog, int button) { PostMessageW(dialog, WM_COMMAND, MAKEWPARA
 std::wstring nameIn(HWND fileDialog) { return textOf(nameField(fileDialog)); }
 
 std::vector<std::wstring> typesIn(HWND fileDialog) {
-  const HWND list = GetDlgItem(fileDialog, cmb1);
+  const HWND list = typeList(fileDialog);
   std::vector<std::wstring> types = itemsOf(list);
   types.at(static_cast<std::size_t>(send(list, CB_GETCURSEL))).insert(0, L"> ");
   return types;

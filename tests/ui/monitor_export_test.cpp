@@ -136,10 +136,5 @@ TEST_F(MonitorExport, ShowsWhatIsCapturedWhileTheDialogIsOpen) {
   EXPECT_TRUE(isEnabledAgain(window));
 }
 
-TEST_F(MonitorExport, GoesWithTheMainWindowWhileItsDialogIsOpen) {
-  ASSERT_NE(saveDialog(), nullptr);
-  EXPECT_EQ(program->close(), 0U);
-}
-
 }  // namespace
 }  // namespace quillgate::test

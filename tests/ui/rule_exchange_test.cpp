@@ -185,24 +185,5 @@ TEST_F(RuleExchange, ReportsAFailedImportAndChangesNothing) {
   EXPECT_EQ(contentOf(files.configPath + L".bad"), std::nullopt);
 }
 
-TEST_F(RuleExchange, GoesWithTheMainWindowWhileADialogIsOpen) {
-  startWith(someRules());
-  type(0, IDC_RULE_LOCAL_PORT, L"1");
-  ASSERT_NE(dialogBehind(IDC_CFG_EXPORT, L"Save As"), nullptr);
-  EXPECT_EQ(program->close(), 0U);
-  EXPECT_EQ(files.logMessages().back(), L"Server stopped.");
-  EXPECT_EQ(config(), configBytes(someRules()));
-}
-
-TEST_F(RuleExchange, GoesWithTheMainWindowWhileAnErrorIsShown) {
-  start();
-  openEditor();
-  const std::wstring path = exports.file(L"rules.xml");
-  writeFile(path, "");
-  confirmName(dialogBehind(IDC_CFG_IMPORT, L"Open"), path);
-  ASSERT_NE(waitForDialog(*program, editor, L"Error"), nullptr);
-  EXPECT_EQ(program->close(), 0U);
-}
-
 }  // namespace
 }  // namespace quillgate::test

@@ -1,9 +1,10 @@
 // The program with real traffic through it, seen in the main window, and ending in the middle of
 // it.
+#include "tests/ui/traffic.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -17,51 +18,6 @@ namespace {
 
 using platform::Socket;
 using platform::Transport;
-
-// Open sessions through the program, with data always on its way in both directions of each.
-class Traffic {
- public:
-  Traffic(const Socket& target, std::uint16_t port, int sessions) {
-    for (int i = 0; i < sessions; ++i) {
-      Socket client = connectToLoopback(port);
-      Socket server = acceptFrom(target);
-      EXPECT_TRUE(client.isOpen() && server.isOpen()) << "session " << i;
-      sessions_.push_back({std::move(client), std::move(server)});
-    }
-    thread_ = std::thread([this] { exchange(); });
-  }
-  ~Traffic() {
-    stopping_ = true;
-    thread_.join();
-  }
-  Traffic(const Traffic&) = delete;
-  Traffic& operator=(const Traffic&) = delete;
-
-  // Rounds of one message there and one back over every session.
-  [[nodiscard]] bool waitForRounds(int rounds) const {
-    return eventually([&] { return rounds_ >= rounds; });
-  }
-
- private:
-  void exchange() {
-    const std::string message(4000, 'x');
-    while (!stopping_) {
-      for (const auto& [client, server] : sessions_) {
-        if (!sendAll(client, message) || !sendAll(server, message)) return;
-      }
-      for (const auto& [client, server] : sessions_) {
-        if (receiveExactly(server, message.size()) != message) return;
-        if (receiveExactly(client, message.size()) != message) return;
-      }
-      ++rounds_;
-    }
-  }
-
-  std::vector<ConnectedPair> sessions_;
-  std::atomic<bool> stopping_{false};
-  std::atomic<int> rounds_{0};
-  std::thread thread_;
-};
 
 class ProgramWithTraffic : public UiTest {
  protected:

@@ -9,6 +9,22 @@ namespace quillgate {
 
 namespace {
 
+int openDialogs = 0;
+bool dialogsEnd = false;
+
+// A dialog while its loop runs.
+class OpenDialog {
+ public:
+  OpenDialog() { ++openDialogs; }
+  ~OpenDialog() {
+    --openDialogs;
+    // A loop that ends because of WM_QUIT posts it again for the next one. In case one does not:
+    if (dialogsEnd) PostQuitMessage(0);
+  }
+  OpenDialog(const OpenDialog&) = delete;
+  OpenDialog& operator=(const OpenDialog&) = delete;
+};
+
 // Name, pattern, name, pattern, each ended by a zero, and one more zero at the end.
 std::wstring filterText(const FileDialog& dialog) {
   std::wstring text;
@@ -51,7 +67,10 @@ std::optional<std::wstring> ask(BOOL(WINAPI* show)(OPENFILENAMEW*), HWND owner,
   request.lpstrDefExt = dialog.extension;
   request.Flags = flags;
   const CurrentFolderKept folderKept;
-  if (!show(&request)) return std::nullopt;
+  const OpenDialog open;
+  // The user has chosen nothing in a dialog that was ended. Wine's takes the end of its question
+  // whether to replace a file for a yes.
+  if (!show(&request) || dialogsEnd) return std::nullopt;
   return path;
 }
 
@@ -66,7 +85,15 @@ std::optional<std::wstring> askForOpenPath(HWND owner, const FileDialog& dialog)
 }
 
 void showError(HWND owner, const wchar_t* text) {
+  const OpenDialog open;
   MessageBoxW(owner, text, kErrorTitle, MB_OK | MB_ICONERROR);
+}
+
+bool endDialogs() {
+  if (openDialogs == 0) return false;
+  dialogsEnd = true;
+  PostQuitMessage(0);
+  return true;
 }
 
 }  // namespace quillgate

@@ -56,6 +56,8 @@ int run(HINSTANCE instance, int showCommand) {
   showRunningState();
 
   runMessageLoop();
+  // It still exists when it was closed while a dialog was open.
+  if (IsWindow(ui.mainWindow)) DestroyWindow(ui.mainWindow);
 
   if (ui.uiFont != nullptr) DeleteObject(ui.uiFont);
   platform::stopPlatform();

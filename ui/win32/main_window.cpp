@@ -4,6 +4,7 @@
 
 #include "ui/main_view.h"
 #include "ui/win32/control_ids.h"
+#include "ui/win32/dialogs_win32.h"
 #include "ui/win32/log_window.h"
 #include "ui/win32/monitor_window.h"
 #include "ui/win32/rule_editor.h"
@@ -55,7 +56,8 @@ LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       onCommand(LOWORD(wParam));
       return 0;
     case WM_CLOSE:
-      DestroyWindow(handle());
+      // The message loop's end destroys the window when dialogs have to end before.
+      if (!endDialogs()) DestroyWindow(handle());
       return 0;
     case WM_DESTROY:
       onDestroy();
