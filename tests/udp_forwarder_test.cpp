@@ -15,6 +15,7 @@
 namespace quillgate {
 namespace {
 
+using namespace std::chrono_literals;
 using platform::Socket;
 using platform::Transport;
 using test::receiveNextDatagram;
@@ -374,6 +375,27 @@ TEST_F(UdpWorkerTest, LogsAClientBeforeItCapturesIt) {
   running = false;
   worker.join();
   EXPECT_EQ(capturedAtLines, (std::vector<std::size_t>{0, 0, 2}));  // listening, client, stopped
+}
+
+TEST_F(UdpWorkerTest, CapturesADatagramBeforeItSendsIt) {
+  engine.state().monitor.choose(kFilterAll);
+  engine.notifier().watched = true;
+  const Socket target = test::udpOnLoopback();
+  const Socket client = test::udpOnLoopback();
+  std::vector<bool> isSent;  // at each record
+  engine.notifier().onRecords = [&] {
+    isSent.push_back(!test::staysQuiet(target, 0ms) || !test::staysQuiet(client, 0ms));
+    engine.state().monitor.beginRefresh();  // so that the next record brings a notice too
+  };
+  std::thread worker([&] { run(ruleFor(Protocol::udp, port, test::localPort(target))); });
+  EXPECT_NE(engine.waitForPrefix(L"[UDP] Listening"), L"");
+  EXPECT_TRUE(sendDatagramTo(client, port, "question"));
+  EXPECT_TRUE(receiveNextDatagram(target));
+  EXPECT_TRUE(sendDatagramTo(target, port, "answer"));
+  EXPECT_TRUE(receiveNextDatagram(client));
+  running = false;
+  worker.join();
+  EXPECT_EQ(isSent, (std::vector{false, false, false}));  // client, question, answer
 }
 
 TEST_F(UdpWorkerTest, KeepsABurstThatComesWhileItIsBusy) {
