@@ -73,7 +73,7 @@ void walk(void (*life)(), bool (*isMeant)(const std::string& call)) {
         SCOPED_TRACE(call + " number " + std::to_string(nth) + (forEver ? " for ever" : " once"));
         liveOnce(life, Fault{call, nth, forEver});
         ++runs;
-        if (kCallsByTime.contains(call) && faultHits().all() == 0) break;
+        if (nth > 1 && kCallsByTime.contains(call) && faultHits().all() == 0) break;
         ASSERT_GT(faultHits().all(), 0) << "the call was not made";
         ASSERT_FALSE(testing::Test::HasFailure());
       }
