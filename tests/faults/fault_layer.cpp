@@ -177,4 +177,10 @@ std::size_t bytesToMove(std::size_t size) {
   return 1;
 }
 
+std::size_t bytesToSend(std::size_t size) {
+  if (size <= 1 || !isDisturbed(Weather::shortSends)) return bytesToMove(size);
+  noteDisturbance();
+  return 1;
+}
+
 }  // namespace quillgate::test

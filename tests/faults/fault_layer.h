@@ -23,8 +23,8 @@ struct Fault {
 };
 
 // What happens to calls that do not fail: nothing; every second one that may be is interrupted by a
-// signal; everything that can move fewer bytes than asked for moves one.
-enum class Weather { fair, interrupted, byteByByte };
+// signal; everything that can move fewer bytes than asked for moves one; only sends do.
+enum class Weather { fair, interrupted, byteByByte, shortSends };
 
 // Forgets all that was counted and lets the program's calls fail like this from now on.
 void startFaults(const std::optional<Fault>& fault, Weather weather = Weather::fair);
@@ -82,8 +82,9 @@ auto asProgram(Action action) {
 [[nodiscard]] bool failsNow(const std::string& call, int error, int descriptor = -1);
 [[nodiscard]] bool failsNow(const std::string& call, int error, const char* path);
 [[nodiscard]] bool isInterruptedNow();
-// How many of `size` bytes a call moves.
+// How many of `size` bytes a call moves, or a send.
 [[nodiscard]] std::size_t bytesToMove(std::size_t size);
+[[nodiscard]] std::size_t bytesToSend(std::size_t size);
 // What nameAddresses() was given, for a call of the program.
 [[nodiscard]] std::vector<std::string> namedAddresses();
 

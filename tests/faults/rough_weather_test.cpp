@@ -29,5 +29,8 @@ TEST_F(RoughWeather, ChangesNothingWhenSignalsInterruptEverySecondCall) {
 
 TEST_F(RoughWeather, ChangesNothingWhenEveryCallMovesOneByte) { live(Weather::byteByByte); }
 
+// The program receives more than it can send at once.
+TEST_F(RoughWeather, ChangesNothingWhenEverySendTakesOneByte) { live(Weather::shortSends); }
+
 }  // namespace
 }  // namespace quillgate::test

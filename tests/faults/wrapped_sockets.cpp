@@ -16,6 +16,7 @@
 #include "tests/faults/fault_layer.h"
 
 using quillgate::test::bytesToMove;
+using quillgate::test::bytesToSend;
 using quillgate::test::failsNow;
 using quillgate::test::isInterruptedNow;
 using quillgate::test::isProgram;
@@ -102,7 +103,7 @@ ssize_t __wrap_recv(int socket, void* buffer, size_t size, int flags) {
 
 ssize_t __wrap_send(int socket, const void* data, size_t size, int flags) {
   if (isInterruptedNow() || failsNow("send", EPIPE, socket)) return -1;
-  return __real_send(socket, data, bytesToMove(size), flags);
+  return __real_send(socket, data, bytesToSend(size), flags);
 }
 
 ssize_t __wrap_recvfrom(int socket, void* buffer, size_t size, int flags, sockaddr* address,
