@@ -82,6 +82,12 @@ int sendto(SOCKET, const char*, int length, int, const sockaddr*, int) { return 
 u_long htonl(u_long number) { return __builtin_bswap32(number); }
 u_short htons(u_short number) { return __builtin_bswap16(number); }
 
+// Whatever the text says, it is an address that no datagram comes from.
+INT InetPtonW(INT, PCWSTR, PVOID address) {
+  static_cast<in_addr*>(address)->s_addr = htonl(INADDR_LOOPBACK);
+  return 1;
+}
+
 int WSAAddressToStringW(sockaddr* address, DWORD, WSAPROTOCOL_INFOW*, wchar_t* text,
                         DWORD* length) {
   const auto* client = reinterpret_cast<const sockaddr_in*>(address);
