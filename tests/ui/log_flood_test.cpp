@@ -187,18 +187,28 @@ TEST_F(LogFlood, LetsMenusBeOpenedAndLeft) {
   expectAllLinesShown();
 }
 
+// Whether the window runs the system's loop for moving and sizing.
+bool isBeingMoved(HWND window) {
+  GUITHREADINFO state{};
+  state.cbSize = sizeof state;
+  return GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &state) != 0 &&
+         (state.flags & GUI_INMOVESIZE) != 0 && state.hwndMoveSize == window;
+}
+
 TEST_F(LogFlood, LetsWindowsBeMoved) {
   startFlood();
   AnswerTimes answers;
   for (int i = 0; i < load(10, 100); ++i) {
     const int step = i % 2 == 0 ? 50 : -50;
-    const int former = screenPlace(window).x;
+    const Box former = screenPlace(window);
+    const POINT title{former.x + former.width / 2, former.y + 12};
     answers.measure([&] {
-      const Box place = screenPlace(window);
-      const POINT title{place.x + place.width / 2, place.y + 12};
-      MouseDrag(title).moveTo({title.x + step, title.y});
-      return eventually([&] { return screenPlace(window).x == former + step; });
+      MouseDrag drag(title);
+      if (!eventually([&] { return isBeingMoved(window); })) return false;
+      drag.moveTo({title.x + step, title.y});
+      return eventually([&] { return screenPlace(window).x == former.x + step; });
     });
+    ASSERT_TRUE(eventually([&] { return !isBeingMoved(window); }));
   }
   EXPECT_LT(answers.report(), std::chrono::seconds(5));
   expectAllLinesShown();
