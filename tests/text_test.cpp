@@ -25,7 +25,12 @@ TEST(Text, TrimsExactlySpaceTabLineFeedAndCarriageReturn) {
   EXPECT_EQ(trimmed(L""), L"");
 }
 
-TEST(Text, LeavesOtherBlanksAtTheEnds) {
+TEST(Text, LeavesOtherCharactersAtTheEnds) {
+  std::wstring left;
+  for (wchar_t c = 0; c < 0xFFFF; ++c) {
+    if (!trimmed(std::wstring_view(&c, 1)).empty()) left += c;
+  }
+  EXPECT_EQ(left.size(), 0xFFFFU - 4);
   EXPECT_EQ(trimmed(L"\u00A0x\u00A0"), L"\u00A0x\u00A0");
   EXPECT_EQ(trimmed(L"\vx\f"), L"\vx\f");
   EXPECT_EQ(trimmed(std::wstring_view(L"\0x\0", 3)), std::wstring_view(L"\0x\0", 3));
@@ -49,6 +54,8 @@ TEST(Text, ReadsTheIntegerThatATextBeginsWith) {
       NumberCase{L"\u00AD80", 0},
       NumberCase{L"+80", 80},
       NumberCase{L"-80", -80},
+      NumberCase{L" -80", -80},
+      NumberCase{L"\t+80", 80},
       NumberCase{L"+-80", 0},
       NumberCase{L"--80", 0},
       NumberCase{L"- 80", 0},
@@ -79,6 +86,17 @@ TEST(Text, ReadsTheIntegerThatATextBeginsWith) {
   }
 }
 
+TEST(Text, SkipsTheseBlanksBeforeANumberAndNoOthers) {
+  const std::wstring blanks =
+      L"\t\n\v\f\r \u00A0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009\u200A"
+      L"\u2028\u2029\u202F\u205F\u3000";
+  std::wstring skipped;
+  for (wchar_t c = 0; c < 0xFFFF; ++c) {
+    if (integerFrom(std::wstring(1, c) + L"80") == 80 && c != L'0' && c != L'+') skipped += c;
+  }
+  EXPECT_EQ(skipped, blanks);
+}
+
 TEST(Text, MovesPortsIntoTheirRange) {
   EXPECT_EQ(portFrom(L" 8080 "), 8080);
   EXPECT_EQ(portFrom(L"70000"), 65535);
@@ -95,6 +113,7 @@ TEST(Text, MovesPortsIntoTheirRange) {
 
 TEST(Text, ComparesWithoutRegardToTheCaseOfAsciiLetters) {
   EXPECT_TRUE(equalsIgnoringCase(L"TrUe", L"true"));
+  EXPECT_TRUE(equalsIgnoringCase(L"AZaz", L"azAZ"));
   EXPECT_TRUE(equalsIgnoringCase(L"", L""));
   EXPECT_FALSE(equalsIgnoringCase(L"true", L"tru"));
   EXPECT_FALSE(equalsIgnoringCase(L"true", L"trux"));
@@ -104,6 +123,7 @@ TEST(Text, ComparesWithoutRegardToTheCaseOfAsciiLetters) {
 TEST(Text, TurnsTextIntoLittleEndianUnits) {
   EXPECT_EQ(bytesOf(L"A\r\n"), (std::vector<int>{0x41, 0, 0x0D, 0, 0x0A, 0}));
   EXPECT_EQ(bytesOf(L"\u00E9\u20AC\uFFFD"), (std::vector<int>{0xE9, 0, 0xAC, 0x20, 0xFD, 0xFF}));
+  EXPECT_EQ(bytesOf(L"\uFFFF"), (std::vector<int>{0xFF, 0xFF}));
   EXPECT_EQ(bytesOf(L""), std::vector<int>{});
 }
 
