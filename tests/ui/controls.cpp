@@ -116,6 +116,25 @@ MouseDrag::~MouseDrag() { sendInput({mouseInput(MOUSEEVENTF_LEFTUP)}); }
 
 void MouseDrag::moveTo(POINT to) { SetCursorPos(to.x, to.y); }
 
+bool MouseDrag::moveUntil(POINT to, const std::function<bool()>& isThere) {
+  moveTo(to);
+  return eventually([&] {
+    if (eventually(isThere, std::chrono::milliseconds(500))) return true;
+    moveTo({to.x, to.y + 1});
+    moveTo(to);
+    return false;
+  });
+}
+
+FullDragging::FullDragging() {
+  SystemParametersInfoW(SPI_GETDRAGFULLWINDOWS, 0, &former_, 0);
+  SystemParametersInfoW(SPI_SETDRAGFULLWINDOWS, TRUE, nullptr, 0);
+}
+
+FullDragging::~FullDragging() {
+  SystemParametersInfoW(SPI_SETDRAGFULLWINDOWS, static_cast<UINT>(former_), nullptr, 0);
+}
+
 bool hasFocus(HWND window) {
   GUITHREADINFO foreground{};
   foreground.cbSize = sizeof foreground;

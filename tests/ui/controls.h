@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -47,6 +48,21 @@ class MouseDrag {
   MouseDrag& operator=(const MouseDrag&) = delete;
 
   void moveTo(POINT to);
+  // Moves there until `isThere`; false when the deadline has passed. A move may get lost while the
+  // system begins to follow the mouse.
+  [[nodiscard]] bool moveUntil(POINT to, const std::function<bool()>& isThere);
+};
+
+// Windows are shown in their new place and size while the mouse drags them, as long as this lives.
+class FullDragging {
+ public:
+  FullDragging();
+  ~FullDragging();
+  FullDragging(const FullDragging&) = delete;
+  FullDragging& operator=(const FullDragging&) = delete;
+
+ private:
+  BOOL former_ = FALSE;
 };
 
 // Whether what is typed goes to this window.

@@ -196,6 +196,7 @@ bool isBeingMoved(HWND window) {
 }
 
 TEST_F(LogFlood, LetsWindowsBeMoved) {
+  const FullDragging fullDragging;
   startFlood();
   AnswerTimes answers;
   for (int i = 0; i < load(10, 100); ++i) {
@@ -204,9 +205,9 @@ TEST_F(LogFlood, LetsWindowsBeMoved) {
     const POINT title{former.x + former.width / 2, former.y + 12};
     answers.measure([&] {
       MouseDrag drag(title);
-      if (!eventually([&] { return isBeingMoved(window); })) return false;
-      drag.moveTo({title.x + step, title.y});
-      return eventually([&] { return screenPlace(window).x == former.x + step; });
+      return eventually([&] { return isBeingMoved(window); }) &&
+             drag.moveUntil({title.x + step, title.y},
+                            [&] { return screenPlace(window).x == former.x + step; });
     });
     ASSERT_TRUE(eventually([&] { return !isBeingMoved(window); }));
   }
