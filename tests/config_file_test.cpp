@@ -171,7 +171,7 @@ TEST_F(ConfigFileTest, MovesPortsIntoTheirRange) {
   EXPECT_EQ(loadRule("").targetPort, 0);
 }
 
-TEST_F(ConfigFileTest, TakesATargetAsItStandsButForTheBlanksAroundIt) {
+TEST_F(ConfigFileTest, TakesATargetAsItIsExceptForBlanksAroundIt) {
   const auto target = [&](const std::string& text) {
     return loadRule("<targetIp>" + text + "</targetIp>").targetIp;
   };

@@ -116,7 +116,7 @@ TEST_F(EventLogTest, SkipsAFileThatCannotBeOpenedWithoutAReport) {
   EXPECT_TRUE(folder.names().empty());
 }
 
-TEST_F(EventLogTest, TellsTheFrontEndAfterEachLine) {
+TEST_F(EventLogTest, NotifiesTheFrontEndAfterEachLine) {
   log.write(L"a");
   EXPECT_EQ(notifier.lineNotices, 1);
   log.write(L"b");
@@ -125,7 +125,7 @@ TEST_F(EventLogTest, TellsTheFrontEndAfterEachLine) {
   EXPECT_EQ(notifier.lineNotices, 2);
 }
 
-TEST_F(EventLogTest, TellsTheFrontEndWhenTheLineIsThereAndTheLockIsFree) {
+TEST_F(EventLogTest, NotifiesTheFrontEndWhenTheLineIsThereAndTheLockIsFree) {
   std::future<Lines> taken;
   notifier.onLine = [&] {
     taken = std::async(std::launch::async, [&] { return messagesOf(log.takeNewLines()); });

@@ -56,7 +56,7 @@ TEST_F(ForwardingServerTest, DoesNothingWhenStoppedWhileStopped) {
   EXPECT_TRUE(engine.messages().empty());
 }
 
-TEST_F(ForwardingServerTest, SkipsRulesThatAreNotRunnableWithoutAWord) {
+TEST_F(ForwardingServerTest, SkipsRulesThatAreNotRunnableAndLogsNothing) {
   RuleSet rules;
   rules[0] = {false, Protocol::tcp, freePort(Transport::tcp), L"127.0.0.1", 9};
   rules[1] = {true, Protocol::tcp, 0, L"127.0.0.1", 9};

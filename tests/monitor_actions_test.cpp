@@ -35,7 +35,7 @@ TEST_F(MonitorActions, OpeningSwitchesCapturingOffAndShowsTheNotice) {
 }
 
 TEST_F(MonitorActions, ANoticeLostWithTheLastWindowDoesNotSilenceTheNext) {
-  engine.notifier().watched = true;
+  engine.notifier().monitorOpen = true;
   monitor.choose(kFilterAll);
   monitor.captureEvent(0, L"event");  // its notice dies with the window
   EXPECT_EQ(engine.notifier().recordNotices, 1);

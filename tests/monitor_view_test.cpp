@@ -47,7 +47,7 @@ TEST(TrimViewText, TakesTheFirstLineFromATextWithExactly500) {
   EXPECT_EQ(trimmedView(L"\n\n" + numberedLines(1, 498)), L"\n" + numberedLines(1, 498));
 }
 
-TEST(TrimViewText, KeepsWhatStandsAfterThe500thLineFeedFromTheEnd) {
+TEST(TrimViewText, KeepsTheTextAfterThe500thLineFeedFromTheEnd) {
   EXPECT_EQ(trimmedView(numberedLines(1, 600)), numberedLines(102, 600));
   EXPECT_EQ(trimmedView(numberedLines(1, 600) + L"rest"), numberedLines(102, 600) + L"rest");
   EXPECT_EQ(trimmedView(std::wstring(2000, L'\n')), std::wstring(499, L'\n'));
@@ -131,7 +131,7 @@ TEST_F(MonitorViewTest, CountsOnlyTheChosenListAsShown) {
 }
 
 TEST_F(MonitorViewTest, LetsTheNextCaptureSendANotice) {
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   monitor.choose(kFilterAll);
   captureEvents(1, 2);
   EXPECT_EQ(notifier.recordNotices, 1);
@@ -141,7 +141,7 @@ TEST_F(MonitorViewTest, LetsTheNextCaptureSendANotice) {
 }
 
 TEST_F(MonitorViewTest, LetsTheNextCaptureSendANoticeEvenWhileMonitoringIsOff) {
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   monitor.choose(kFilterAll);
   captureEvents(1, 1);
   monitor.choose(kFilterOff);
@@ -153,7 +153,7 @@ TEST_F(MonitorViewTest, LetsTheNextCaptureSendANoticeEvenWhileMonitoringIsOff) {
 
 TEST_F(MonitorViewTest, LeavesNoRecordUnshownThatComesDuringARefresh) {
   const std::vector<std::byte> longLine(kMaxPayloadBytes, std::byte{'x'});
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   monitor.choose(kFilterAll);
   for (int round = 0; round < 5; ++round) {
     // So much to render that the next record comes in the middle of it.

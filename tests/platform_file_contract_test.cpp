@@ -42,7 +42,7 @@ std::string awkwardBytes(std::size_t size) {
   return bytes;
 }
 
-TEST(PlatformFile, KnowsWhetherAFileOrAFolderStandsAtAPath) {
+TEST(PlatformFile, KnowsWhetherThereIsAFileOrAFolder) {
   const TempFolder folder;
   EXPECT_TRUE(pathExists(folder.path()));
   EXPECT_FALSE(pathExists(folder.file(L"file")));

@@ -27,7 +27,7 @@ std::time_t secondsOf(const LocalTime& time) {
   return std::mktime(&parts);
 }
 
-TEST(PlatformSystem, TellsTheLocalTime) {
+TEST(PlatformSystem, GivesTheLocalTime) {
   const std::time_t before = std::time(nullptr);
   const LocalTime now = localTime();
   const std::time_t after = std::time(nullptr);
@@ -38,7 +38,7 @@ TEST(PlatformSystem, TellsTheLocalTime) {
   EXPECT_LE(now.millisecond, 999);
 }
 
-TEST(PlatformSystem, TellsMillisecondsThatMove) {
+TEST(PlatformSystem, GivesMillisecondsThatChange) {
   const int first = localTime().millisecond;
   EXPECT_TRUE(test::eventually([first] { return localTime().millisecond != first; }));
 }

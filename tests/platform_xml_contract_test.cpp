@@ -99,7 +99,7 @@ TEST(PlatformXml, RefusesWhatIsNotWellFormed) {
   }
 }
 
-TEST(PlatformXml, RefusesPrefixesThatNobodyDeclared) {
+TEST(PlatformXml, RefusesUndeclaredPrefixes) {
   // Wine's library drops the prefixes.
   for (const char* xml : {"<p:r/>", "<r><p:a/></r>", "<r p:a='1'/>",
                           "<r><a xmlns:p='u'/><p:b/></r>", "<r xmlns:p='u'><p:b:c/></r>"}) {
@@ -148,7 +148,7 @@ TEST(PlatformXml, SelectsTheFirstElementThatMatches) {
   EXPECT_FALSE(document.selectSingleNode(L"/rules").has_value());
 }
 
-TEST(PlatformXml, TellsUpperFromLowerCase) {
+TEST(PlatformXml, DistinguishesUpperAndLowerCase) {
   XmlDocument document = newDocument();
   ASSERT_TRUE(document.parse(bytesOf("<Config><rules/></Config>")));
   EXPECT_FALSE(document.selectSingleNode(L"/config").has_value());

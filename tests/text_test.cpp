@@ -133,7 +133,7 @@ TEST(Text, WritesCharactersBeyondSixteenBitsAsSurrogatePairs) {
   EXPECT_EQ(bytesOf(L"\U00010000"), (std::vector<int>{0x00, 0xD8, 0x00, 0xDC}));
 }
 
-TEST(Text, WritesALoneSurrogateAsItStands) {
+TEST(Text, WritesALoneSurrogateUnchanged) {
   const std::wstring lone(1, static_cast<wchar_t>(0xD83D));
   EXPECT_EQ(bytesOf(lone), (std::vector<int>{0x3D, 0xD8}));
 }

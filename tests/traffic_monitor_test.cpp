@@ -49,7 +49,7 @@ TEST_F(TrafficMonitorTest, StartsOffEmptyAndInAscii) {
 }
 
 TEST_F(TrafficMonitorTest, ChangesAndPostsNothingWhileCapturingIsOff) {
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   monitor.captureEvent(0, L"event");
   monitor.capturePayload(0, kHeader, countingBytes(10));
   EXPECT_EQ(sizeOf(kFilterAll), 0U);
@@ -164,7 +164,7 @@ TEST_F(TrafficMonitorTest, BringsAllRecordsDownTo45001WithThe50001st) {
   EXPECT_EQ(records[45000].text, L"50001");
 }
 
-TEST_F(TrafficMonitorTest, TrimsARulesListByItself) {
+TEST_F(TrafficMonitorTest, TrimsARulesListIndependently) {
   monitor.choose(kFilterAll);
   captureEvents(4, 30000);
   captureEvents(5, 20001);
@@ -233,20 +233,20 @@ TEST_F(TrafficMonitorTest, ForgetsRecordsAndShownCountersWhenCleared) {
   }
 }
 
-TEST_F(TrafficMonitorTest, KeepsCapturingWithoutNoticesWhileNobodyWatches) {
+TEST_F(TrafficMonitorTest, KeepsCapturingWithoutNoticesWhileNoMonitorIsOpen) {
   monitor.choose(kFilterAll);
   captureEvents(0, 2);
   EXPECT_EQ(sizeOf(kFilterAll), 2U);
   EXPECT_EQ(notifier.recordNotices, 0);
 
-  notifier.watched = true;  // the captures before have not asked for anything
+  notifier.monitorOpen = true;  // the captures before have not asked for anything
   captureEvents(0, 1);
   EXPECT_EQ(notifier.recordNotices, 1);
 }
 
 TEST_F(TrafficMonitorTest, PostsANoticeWhenTheRecordIsThereAndTheLockIsFree) {
   monitor.choose(kFilterAll);
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   std::future<std::size_t> size;
   notifier.onRecords = [&] {
     size = std::async(std::launch::async, [&] { return sizeOf(kFilterAll); });
@@ -259,7 +259,7 @@ TEST_F(TrafficMonitorTest, PostsANoticeWhenTheRecordIsThereAndTheLockIsFree) {
 
 TEST_F(TrafficMonitorTest, PostsOneNoticeForManyCaptures) {
   monitor.choose(kFilterAll);
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   monitor.captureEvent(0, L"event");
   monitor.capturePayload(0, kHeader, countingBytes(1));
   captureEvents(0, 100);
@@ -272,7 +272,7 @@ TEST_F(TrafficMonitorTest, PostsOneNoticeForManyCaptures) {
 
 TEST_F(TrafficMonitorTest, AsksAgainAfterANoticeThatWasNotDelivered) {
   monitor.choose(kFilterAll);
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   notifier.delivers = false;
   captureEvents(0, 1);
   EXPECT_EQ(notifier.recordNotices, 1);
@@ -313,7 +313,7 @@ TEST_F(TrafficMonitorTest, LosesNoRecordBetweenWritersAndAReader) {
   constexpr std::size_t kWriters = 4;
   constexpr std::size_t kRecordsOfEach = 10000;
   monitor.choose(kFilterAll);
-  notifier.watched = true;
+  notifier.monitorOpen = true;
   std::atomic<std::size_t> writing{kWriters};
   std::vector<std::jthread> writers;
   for (std::uint32_t writer = 0; writer < kWriters; ++writer) {

@@ -191,7 +191,7 @@ TEST_F(UdpForwarderTest, KeepsDatagramsApartAndInTheirOrder) {
   }
 }
 
-TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterATargetThatRefused) {
+TEST_F(UdpForwarderTest, GoesOnAndLogsNothingAfterATargetThatRefused) {
   const std::uint16_t samePort = test::localPort(target);
   target.close();
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(sendDatagramTo(client, port, "lost"));
@@ -204,7 +204,7 @@ TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterATargetThatRefused) {
   EXPECT_EQ(messagesSinceStart(), Lines{newClientText(client)});
 }
 
-TEST_F(UdpForwarderTest, GoesOnWithoutAWordAfterAClientThatHasGone) {
+TEST_F(UdpForwarderTest, GoesOnAndLogsNothingAfterAClientThatHasGone) {
   Socket gone = test::udpOnLoopback();
   const std::uint16_t gonePort = test::localPort(gone);
   expectRelayed(gone, target, "question");
@@ -379,7 +379,7 @@ TEST_F(UdpWorkerTest, LogsAClientBeforeItCapturesIt) {
 
 TEST_F(UdpWorkerTest, CapturesADatagramBeforeItSendsIt) {
   engine.state().monitor.choose(kFilterAll);
-  engine.notifier().watched = true;
+  engine.notifier().monitorOpen = true;
   const Socket target = test::udpOnLoopback();
   const Socket client = test::udpOnLoopback();
   std::vector<bool> isSent;  // at each record

@@ -134,7 +134,7 @@ TEST(XmlGuard, ReadsAsManyBitsAsTheDeclarationSays) {
 }
 
 // In Shift_JIS, "\x83]" is one character and "\x83]]>" does not end a CDATA section.
-TEST(XmlGuard, FindsTagsBehindCharactersThatEndInAMarkOfMarkup) {
+TEST(XmlGuard, FindsTagsAfterCharactersThatEndInAMarkOfMarkup) {
   const std::string tag = "<a" + repeated(" a=''", kMaxXmlAttributes + 1) + "/>";
   EXPECT_FALSE(
       accepts("<?xml version='1.0' encoding='Shift_JIS'?><config>"
@@ -160,7 +160,7 @@ TEST(XmlGuard, CountsAttributesWhateverTheirValuesHold) {
   }
 }
 
-TEST(XmlGuard, LimitsTheAttributesOfATagWhereverItStands) {
+TEST(XmlGuard, LimitsTheAttributesOfATagAnywhere) {
   const std::string tag = "<a" + repeated(" a=''", kMaxXmlAttributes + 1) + "/>";
   const std::string start = "<?xml version='1.0'?><config>";
   for (const char* before :

@@ -32,7 +32,7 @@ TEST_F(IdleWorker, AsksForADatagramOnceBetweenTwoWaits) {
   EXPECT_LE(calls["recvfrom"], calls["poll"] + 1);
 }
 
-TEST_F(IdleWorker, AcceptsNobodyWhileNobodyComes) {
+TEST_F(IdleWorker, DoesNotAcceptWhileNoClientComes) {
   idle(ruleFor(Protocol::tcp, freePort(Transport::tcp), 9));
   EXPECT_EQ(callCounts()["accept4"], 0);
 }

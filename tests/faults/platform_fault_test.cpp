@@ -27,7 +27,7 @@ class PlatformFault : public testing::Test {
   void TearDown() override { test::startFaults(std::nullopt); }
 };
 
-TEST_F(PlatformFault, ReplacesAFileInPlaceWhenTheSystemTellsNothingOfItsNewFile) {
+TEST_F(PlatformFault, ReplacesAFileInPlaceWhenTheSystemSaysNothingAboutItsNewFile) {
   const test::TempFolder folder;
   const std::wstring path = folder.file(L"file");
   test::writeFile(path, "old");

@@ -367,7 +367,7 @@ TEST(PosixFile, ReplacesNothingThroughLinksThatGoInCircles) {
   EXPECT_EQ(folder.names(), (std::vector<std::wstring>{L"a", L"b"}));
 }
 
-TEST(PosixFile, WritesNothingThroughALinkThatStandsWhereTheFileBesideBelongs) {
+TEST(PosixFile, WritesNothingThroughALinkInThePlaceOfTheFileBeside) {
   const TempFolder folder;
   const auto path = folder.file(L"file");
   test::writeFile(path, "old");

@@ -1,5 +1,5 @@
-// The user interface as the stores see it: it counts what it is told, and a test can look around
-// then.
+// The user interface as the stores see it: it counts their notices, and a test can look around when
+// one comes.
 #pragma once
 
 #include <atomic>
@@ -13,7 +13,7 @@ class FakeNotifier final : public UiNotifier {
  public:
   std::atomic<int> lineNotices{0};
   std::atomic<int> recordNotices{0};
-  std::atomic<bool> watched{false};  // whether a monitor window is open
+  std::atomic<bool> monitorOpen{false};
   std::atomic<bool> delivers{true};  // whether a record notice reaches it
 
   // Called for each line and each record notice, on the thread that brings it. Set before that
@@ -25,7 +25,7 @@ class FakeNotifier final : public UiNotifier {
     ++lineNotices;
     onLine();
   }
-  [[nodiscard]] bool isMonitorOpen() const noexcept override { return watched; }
+  [[nodiscard]] bool isMonitorOpen() const noexcept override { return monitorOpen; }
   [[nodiscard]] bool notifyNewRecords() noexcept override {
     ++recordNotices;
     onRecords();
