@@ -5,7 +5,20 @@
 #include <span>
 #include <string>
 
+#include "ui/layout.h"
+
 namespace quillgate {
+
+inline constexpr const wchar_t* kLogTitle = L"Log";
+inline constexpr Size kLogSize{884, 481};  // client area at first
+
+inline constexpr TextControl kClearLogsButton{L"Clear logs", {10, 10, 120, 28}};
+
+// The place of the list of lines in a client area of this size, and what screen readers call it.
+[[nodiscard]] constexpr Rectangle logListPlace(Size client) {
+  return {10, 48, client.width - 20, client.height - 58};
+}
+inline constexpr const wchar_t* kLogListName = L"Log lines";
 
 // Most lines the log window shows.
 inline constexpr std::size_t kLogViewMaxLines = 500;

@@ -12,19 +12,12 @@ namespace quillgate {
 
 namespace {
 
-constexpr Rectangle kClearPlace{10, 10, 120, 28};
-
-Rectangle listPlace(HWND window) {
-  const Rectangle client = clientRectangle(window);
-  return {10, 48, client.width - 20, client.height - 58};
-}
-
 void createControlsOf(HWND window) {
   const ControlRow rows[] = {
-      {IDC_LOG_CLEAR, L"BUTTON", L"Clear logs", BS_PUSHBUTTON, 0, kClearPlace},
+      {IDC_LOG_CLEAR, L"BUTTON", kClearLogsButton.text, BS_PUSHBUTTON, 0, kClearLogsButton.place},
       {IDC_LOG_LIST, L"LISTBOX", L"",
        WS_VSCROLL | LBS_USETABSTOPS | LBS_NOINTEGRALHEIGHT | LBS_DISABLENOSCROLL, WS_EX_CLIENTEDGE,
-       listPlace(window)},
+       logListPlace(clientSize(window))},
   };
   createControls(window, rows);
 }
@@ -42,8 +35,7 @@ void scrollToEnd(HWND list) {
 
 ListPosition positionOf(HWND list) {
   return {countOf(list), static_cast<int>(SendMessageW(list, LB_GETTOPINDEX, 0, 0)),
-          clientRectangle(list).height,
-          static_cast<int>(SendMessageW(list, LB_GETITEMHEIGHT, 0, 0))};
+          clientSize(list).height, static_cast<int>(SendMessageW(list, LB_GETITEMHEIGHT, 0, 0))};
 }
 
 void appendLines(HWND list, std::span<const std::wstring> lines) {
@@ -99,8 +91,8 @@ void LogWindow::onCreate() {
 }
 
 void LogWindow::onSize() {
-  const Placement placements[] = {{IDC_LOG_CLEAR, kClearPlace},
-                                  {IDC_LOG_LIST, listPlace(handle())}};
+  const Placement placements[] = {{IDC_LOG_CLEAR, kClearLogsButton.place},
+                                  {IDC_LOG_LIST, logListPlace(clientSize(handle()))}};
   placeControls(handle(), placements);
 }
 

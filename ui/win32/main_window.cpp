@@ -1,8 +1,9 @@
 #include "ui/win32/main_window.h"
 
-#include <string>
-
+#include "ui/editor_view.h"
+#include "ui/log_view.h"
 #include "ui/main_view.h"
+#include "ui/monitor_layout.h"
 #include "ui/win32/control_ids.h"
 #include "ui/win32/dialogs_win32.h"
 #include "ui/win32/log_window.h"
@@ -22,25 +23,24 @@ constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBO
 // The places at creation only: the size change when the window is first shown applies kLayout.
 constexpr Rectangle kFirstIndicatorPlace{10, 18, 18, 18};
 constexpr ControlRow kButtons[] = {
-    {IDC_START_STOP, L"BUTTON", L"Stop server", BS_PUSHBUTTON, 0, {40, 10, 180, 34}},
-    {IDC_OPEN_CONFIG, L"BUTTON", L"Config", BS_PUSHBUTTON, 0, {240, 10, 180, 34}},
-    {IDC_OPEN_MONITOR, L"BUTTON", L"Monitor", BS_PUSHBUTTON, 0, {440, 10, 180, 34}},
-    {IDC_OPEN_LOG, L"BUTTON", L"Log", BS_PUSHBUTTON, 0, {640, 10, 90, 34}},
-    {IDC_STATUS, L"BUTTON", L"Status", BS_PUSHBUTTON, 0, {740, 10, 90, 34}},
+    {IDC_START_STOP, L"BUTTON", kStartStopButton.text, BS_PUSHBUTTON, 0, {40, 10, 180, 34}},
+    {IDC_OPEN_CONFIG, L"BUTTON", kConfigButton.text, BS_PUSHBUTTON, 0, {240, 10, 180, 34}},
+    {IDC_OPEN_MONITOR, L"BUTTON", kMonitorButton.text, BS_PUSHBUTTON, 0, {440, 10, 180, 34}},
+    {IDC_OPEN_LOG, L"BUTTON", kLogButton.text, BS_PUSHBUTTON, 0, {640, 10, 90, 34}},
+    {IDC_STATUS, L"BUTTON", kStatusButton.text, BS_PUSHBUTTON, 0, {740, 10, 90, 34}},
 };
 
-constexpr Rectangle kIndicatorPlace{14, 18, 20, 20};
 constexpr Placement kLayout[] = {
-    {IDC_START_STOP, {44, 6, 142, 32}},    {IDC_OPEN_CONFIG, {194, 6, 142, 32}},
-    {IDC_OPEN_MONITOR, {344, 6, 142, 32}}, {IDC_OPEN_LOG, {498, 6, 82, 32}},
-    {IDC_STATUS, {586, 6, 82, 32}},
+    {IDC_START_STOP, kStartStopButton.place}, {IDC_OPEN_CONFIG, kConfigButton.place},
+    {IDC_OPEN_MONITOR, kMonitorButton.place}, {IDC_OPEN_LOG, kLogButton.place},
+    {IDC_STATUS, kStatusButton.place},
 };
 
 }  // namespace
 
 HWND MainWindow::open() {
   registerClass(kClassName);
-  return create(std::make_shared<MainWindow>(), kClassName, L"Quillgate PRO v1.1", kStyle,
+  return create(std::make_shared<MainWindow>(), kClassName, kMainTitle, kStyle,
                 {CW_USEDEFAULT, CW_USEDEFAULT, 696, 90}, nullptr);
 }
 
@@ -95,16 +95,16 @@ void MainWindow::onCommand(int id) {
       onStartStop();
       break;
     case IDC_OPEN_CONFIG:
-      openSecondaryWindow({uiState().configWindow, RuleEditor::kClassName, L"Config", 700, 430,
+      openSecondaryWindow({uiState().configWindow, RuleEditor::kClassName, kEditorTitle, 700, 430,
                            makeWindow<RuleEditor>});
       break;
     case IDC_OPEN_LOG:
       openSecondaryWindow(
-          {uiState().logWindow, LogWindow::kClassName, L"Log", 900, 520, makeWindow<LogWindow>});
+          {uiState().logWindow, LogWindow::kClassName, kLogTitle, 900, 520, makeWindow<LogWindow>});
       break;
     case IDC_OPEN_MONITOR:
-      openSecondaryWindow({uiState().monitorWindow, MonitorWindow::kClassName, L"Monitor", 980, 560,
-                           makeWindow<MonitorWindow>});
+      openSecondaryWindow({uiState().monitorWindow, MonitorWindow::kClassName, kMonitorTitle, 980,
+                           560, makeWindow<MonitorWindow>});
       break;
     case IDC_STATUS:
       toggleStatusPanel();
@@ -134,8 +134,8 @@ void MainWindow::onDestroy() {
 }
 
 void showRunningState() {
-  const std::wstring caption(startStopCaption(sharedState().server.isRunning()));
-  SetDlgItemTextW(uiState().mainWindow, IDC_START_STOP, caption.c_str());
+  SetDlgItemTextW(uiState().mainWindow, IDC_START_STOP,
+                  startStopCaption(sharedState().server.isRunning()));
   if (uiState().indicator != nullptr) InvalidateRect(uiState().indicator, nullptr, TRUE);
 }
 

@@ -1,9 +1,8 @@
 #include "ui/win32/monitor_window.h"
 
-#include <algorithm>
-
 #include "ui/dialogs.h"
 #include "ui/filter_list.h"
+#include "ui/monitor_layout.h"
 #include "ui/win32/control_ids.h"
 #include "ui/win32/dialogs_win32.h"
 
@@ -11,25 +10,24 @@ namespace quillgate {
 
 namespace {
 
-constexpr int kMinFilterWidth = 120;
-
-Rectangle filterPlace(const Rectangle& client) { return {10, 10, client.width - 380, 200}; }
-Rectangle formatPlace(const Rectangle& client) { return {client.width - 360, 10, 110, 200}; }
-Rectangle savePlace(const Rectangle& client) { return {client.width - 240, 10, 110, 28}; }
-Rectangle clearPlace(const Rectangle& client) { return {client.width - 120, 10, 110, 28}; }
-Rectangle viewPlace(const Rectangle& client) {
-  return {10, 48, client.width - 20, client.height - 58};
+// The system takes the height of a list for that of the opened one.
+MonitorControlPlaces placesIn(HWND window) {
+  constexpr int kOpenListHeight = 200;
+  MonitorControlPlaces places = monitorPlaces(clientSize(window));
+  places.filter.height = kOpenListHeight;
+  places.format.height = kOpenListHeight;
+  return places;
 }
 
 void createControlsOf(HWND window) {
-  const Rectangle client = clientRectangle(window);
+  const MonitorControlPlaces places = placesIn(window);
   const ControlRow rows[] = {
-      {IDC_MON_FILTER, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, filterPlace(client)},
-      {IDC_MON_FORMAT, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, formatPlace(client)},
-      {IDC_MON_SAVE, L"BUTTON", L"Save TXT", BS_PUSHBUTTON, 0, savePlace(client)},
-      {IDC_MON_CLEAR, L"BUTTON", L"Clear", BS_PUSHBUTTON, 0, clearPlace(client)},
+      {IDC_MON_FILTER, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, places.filter},
+      {IDC_MON_FORMAT, L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, places.format},
+      {IDC_MON_SAVE, L"BUTTON", places.save.text, BS_PUSHBUTTON, 0, places.save.place},
+      {IDC_MON_CLEAR, L"BUTTON", places.clear.text, BS_PUSHBUTTON, 0, places.clear.place},
       {IDC_MON_VIEW, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
-       WS_EX_CLIENTEDGE, viewPlace(client)},
+       WS_EX_CLIENTEDGE, places.view},
   };
   createControls(window, rows);
 }
@@ -92,16 +90,14 @@ void MonitorWindow::onCreate() {
 }
 
 void MonitorWindow::onSize() {
-  const Rectangle client = clientRectangle(handle());
-  Rectangle filter = filterPlace(client);
-  filter.width = std::max(filter.width, kMinFilterWidth);
-  const Placement placements[] = {{IDC_MON_FILTER, filter},
-                                  {IDC_MON_FORMAT, formatPlace(client)},
-                                  {IDC_MON_SAVE, savePlace(client)},
-                                  {IDC_MON_CLEAR, clearPlace(client)}};
+  const MonitorControlPlaces places = placesIn(handle());
+  const Placement placements[] = {{IDC_MON_FILTER, places.filter},
+                                  {IDC_MON_FORMAT, places.format},
+                                  {IDC_MON_SAVE, places.save.place},
+                                  {IDC_MON_CLEAR, places.clear.place}};
   placeControls(handle(), placements);
   // A minimised window has no place for it, but will have the same again.
-  if (!IsIconic(handle())) tail_.place(viewPlace(client));
+  if (!IsIconic(handle())) tail_.place(places.view);
 }
 
 void MonitorWindow::onCommand(int id, int notification) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "ui/dialogs.h"
+#include "ui/editor_view.h"
 #include "ui/rule_grid.h"
 #include "ui/win32/control_ids.h"
 #include "ui/win32/dialogs_win32.h"
@@ -14,18 +15,14 @@ namespace quillgate {
 
 namespace {
 
-constexpr ControlRow label(const wchar_t* text, const Rectangle& place) {
-  return {0, L"STATIC", text, 0, 0, place};
-}
+// The height of a list with its items, which the system takes for the opened one.
+constexpr int kProtocolListHeight = 400;
 
-constexpr ControlRow kLabels[] = {
-    label(L"Port Forwarding Rules:", {10, 10, 400, 20}),
-    label(L"On", {10, 36, 40, 18}),
-    label(L"Proto", {70, 36, 70, 18}),
-    label(L"Local Port", {150, 36, 100, 18}),
-    label(L"Target IP", {260, 36, 240, 18}),
-    label(L"Target Port", {520, 36, 100, 18}),
-};
+void createLabels(HWND editor) {
+  for (const TextControl& label : kEditorLabels) {
+    createControl(editor, {0, L"STATIC", label.text, 0, 0, label.place});
+  }
+}
 
 // The id of a control in the row of the rule with this index.
 int idIn(std::size_t rule, int firstRowId) {
@@ -37,14 +34,14 @@ ControlRow field(int id, const Rectangle& place) {
 }
 
 void createRow(HWND editor, std::size_t rule) {
-  const int y = 58 + 28 * static_cast<int>(rule);
+  RowPlaces places = rowPlaces(rule);
+  places.protocol.height = kProtocolListHeight;
   const ControlRow controls[] = {
-      {idIn(rule, IDC_RULE_ENABLED), L"BUTTON", L"", BS_AUTOCHECKBOX, 0, {10, y + 4, 40, 20}},
-      // The height includes the opened list.
-      {idIn(rule, IDC_RULE_PROTO), L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, {70, y, 70, 400}},
-      field(idIn(rule, IDC_RULE_LOCAL_PORT), {150, y, 90, 22}),
-      field(idIn(rule, IDC_RULE_TARGET_IP), {260, y, 250, 22}),
-      field(idIn(rule, IDC_RULE_TARGET_PORT), {520, y, 90, 22}),
+      {idIn(rule, IDC_RULE_ENABLED), L"BUTTON", L"", BS_AUTOCHECKBOX, 0, places.enabled},
+      {idIn(rule, IDC_RULE_PROTO), L"COMBOBOX", L"", CBS_DROPDOWNLIST, 0, places.protocol},
+      field(idIn(rule, IDC_RULE_LOCAL_PORT), places.localPort),
+      field(idIn(rule, IDC_RULE_TARGET_IP), places.targetIp),
+      field(idIn(rule, IDC_RULE_TARGET_PORT), places.targetPort),
   };
   createControls(editor, controls);
   for (const wchar_t* name : kProtocolNames) {
@@ -62,14 +59,14 @@ void nameRow(HWND editor, std::size_t rule, AccessibleNames& names) {
 }
 
 void createButtons(HWND editor) {
-  const int width = clientRectangle(editor).width;
-  const ControlRow buttons[] = {
-      {IDC_CFG_IMPORT, L"BUTTON", L"Import XML", BS_PUSHBUTTON, 0, {10, 356, 120, 30}},
-      {IDC_CFG_EXPORT, L"BUTTON", L"Export XML", BS_PUSHBUTTON, 0, {140, 356, 120, 30}},
-      {IDC_CFG_SAVE, L"BUTTON", L"Save", BS_PUSHBUTTON, 0, {width - 220, 356, 90, 30}},
-      {IDC_CFG_CANCEL, L"BUTTON", L"Cancel", BS_PUSHBUTTON, 0, {width - 120, 356, 90, 30}},
+  const EditorButtons buttons = editorButtons(clientSize(editor).width);
+  const auto create = [editor](int id, const TextControl& button) {
+    createControl(editor, {id, L"BUTTON", button.text, BS_PUSHBUTTON, 0, button.place});
   };
-  createControls(editor, buttons);
+  create(IDC_CFG_IMPORT, buttons.importXml);
+  create(IDC_CFG_EXPORT, buttons.exportXml);
+  create(IDC_CFG_SAVE, buttons.save);
+  create(IDC_CFG_CANCEL, buttons.cancel);
 }
 
 std::wstring textIn(HWND editor, int id) {
@@ -124,7 +121,7 @@ LRESULT RuleEditor::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void RuleEditor::onCreate() {
-  createControls(handle(), kLabels);
+  createLabels(handle());
   for (std::size_t rule = 0; rule < kRuleCount; ++rule) {
     createRow(handle(), rule);
     nameRow(handle(), rule, names_);

@@ -28,7 +28,7 @@ void StatusIndicator::onPaint() {
   const GdiObject pen(CreatePen(PS_SOLID, 1, RGB(0, 0, 0)));
   const Selection selectedBrush(context, brush);
   const Selection selectedPen(context, pen);
-  const Circle circle = indicatorCircle(client.right, client.bottom);
+  const Circle circle = indicatorCircle({client.right, client.bottom});
   Ellipse(context, circle.x, circle.y, circle.x + circle.diameter, circle.y + circle.diameter);
 }
 

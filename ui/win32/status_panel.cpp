@@ -1,5 +1,6 @@
 #include "ui/win32/status_panel.h"
 
+#include "ui/main_view.h"
 #include "ui/status_report.h"
 #include "ui/win32/control_ids.h"
 #include "ui/win32/ui_state.h"
@@ -9,19 +10,13 @@ namespace quillgate {
 
 namespace {
 
-// By how much the main window grows for the panel.
-constexpr int kPanelGrowth = 430;
-
-Rectangle panelRectangle() {
-  const Rectangle client = clientRectangle(uiState().mainWindow);
-  return {10, 60, client.width - 20, client.height - 70};
-}
+Rectangle panelPlace() { return statusPanelPlace(clientSize(uiState().mainWindow)); }
 
 HWND createPanel() {
   return createControl(
       uiState().mainWindow,
       {IDC_STATUS_TEXT, L"EDIT", L"", WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL | ES_READONLY,
-       WS_EX_CLIENTEDGE, panelRectangle()});
+       WS_EX_CLIENTEDGE, panelPlace()});
 }
 
 void growMainWindow(int pixels) {
@@ -36,7 +31,7 @@ void growMainWindow(int pixels) {
 void foldOut() {
   UiState& ui = uiState();
   ui.statusPanelVisible = true;
-  growMainWindow(kPanelGrowth);
+  growMainWindow(kStatusPanelGrowth);
   if (ui.statusPanel == nullptr) {
     ui.statusPanel = createPanel();
   } else {
@@ -49,7 +44,7 @@ void foldIn() {
   UiState& ui = uiState();
   ui.statusPanelVisible = false;
   if (ui.statusPanel != nullptr) ShowWindow(ui.statusPanel, SW_HIDE);
-  growMainWindow(-kPanelGrowth);
+  growMainWindow(-kStatusPanelGrowth);
 }
 
 }  // namespace
@@ -70,7 +65,7 @@ void refreshStatusPanel() {
 }
 
 void layoutStatusPanel() {
-  if (uiState().statusPanelVisible) placeControl(uiState().statusPanel, panelRectangle());
+  if (uiState().statusPanelVisible) placeControl(uiState().statusPanel, panelPlace());
 }
 
 }  // namespace quillgate

@@ -144,14 +144,14 @@ void TailView::addPiece() {
 }
 
 bool TailView::isFullFrom(LRESULT line) const {
-  return (lineCount(edit_) - line) * lineHeight(edit_) > clientRectangle(edit_).height;
+  return (lineCount(edit_) - line) * lineHeight(edit_) > clientSize(edit_).height;
 }
 
 bool TailView::readerIsAtEnd() const {
   if (endIsUnseen_) return true;
   return held_.end == text_.size() &&
          followsEnd({static_cast<int>(lineCount(edit_)), static_cast<int>(firstVisibleLine(edit_)),
-                     clientRectangle(edit_).height, lineHeight(edit_)});
+                     clientSize(edit_).height, lineHeight(edit_)});
 }
 
 TailView::Range TailView::selection() const {

@@ -70,10 +70,10 @@ void placeControls(HWND parent, std::span<const Placement> placements) {
   }
 }
 
-Rectangle clientRectangle(HWND window) {
+Size clientSize(HWND window) {
   RECT client{};
   GetClientRect(window, &client);
-  return {0, 0, client.right, client.bottom};
+  return {client.right, client.bottom};
 }
 
 }  // namespace quillgate

@@ -9,18 +9,12 @@
 #include <memory>
 #include <span>
 
+#include "ui/layout.h"
+
 namespace quillgate {
 
 // Paints the system's window colour, as a class's background and for FillRect.
 inline const HBRUSH kWindowColorBrush = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_WINDOW + 1});
-
-// Pixels of the parent's client area, or of the screen for a top-level window.
-struct Rectangle {
-  int x;
-  int y;
-  int width;
-  int height;
-};
 
 // A child control. Every control is a visible child besides what `style` says.
 struct ControlRow {
@@ -111,7 +105,7 @@ class RedrawPause {
   HWND window_;
 };
 
-// Width and height of the client area, at (0, 0).
-[[nodiscard]] Rectangle clientRectangle(HWND window);
+// The size of the client area.
+[[nodiscard]] Size clientSize(HWND window);
 
 }  // namespace quillgate
