@@ -24,6 +24,7 @@ testPackages=(
   'libclang-rt-14-dev: the sanitizers'
   'llvm-14: names the lines in what sanitizers report'
   'libxml2-dev: the XML library on Linux'
+  'qt6-base-dev: the windows on Linux'
   'googletest: the test framework, as sources'
   'gcovr: adds up the covered lines'
   'valgrind: checks the use of memory'
