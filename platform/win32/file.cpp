@@ -94,14 +94,24 @@ bool mayBeWritten(const std::wstring& path) {
   return static_cast<bool>(whenFree(open));
 }
 
-// Gives `to` the access list of `from`, including which entries are inherited.
-bool copyAccessList(const FileHandle& from, const FileHandle& to) {
+// The access list of the file; empty when the system does not say.
+std::vector<std::byte> accessListOf(const FileHandle& file) {
   DWORD size = 0;
-  ::GetKernelObjectSecurity(from.native(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  ::GetKernelObjectSecurity(file.native(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
   std::vector<std::byte> list(size);
-  return ::GetKernelObjectSecurity(from.native(), DACL_SECURITY_INFORMATION, list.data(), size,
-                                   &size) != FALSE &&
-         ::SetSecurityDescriptorControl(list.data(), SE_DACL_AUTO_INHERIT_REQ,
+  if (::GetKernelObjectSecurity(file.native(), DACL_SECURITY_INFORMATION, list.data(), size,
+                                &size) == FALSE) {
+    list.clear();
+  }
+  return list;
+}
+
+// Gives `to` the access list of `from`, including which entries are inherited. One that it has
+// already stays: wine, which makes a mode of it, would give it more rights.
+bool copyAccessList(const FileHandle& from, const FileHandle& to) {
+  std::vector<std::byte> list = accessListOf(from);
+  if (list.empty() || list == accessListOf(to)) return !list.empty();
+  return ::SetSecurityDescriptorControl(list.data(), SE_DACL_AUTO_INHERIT_REQ,
                                         SE_DACL_AUTO_INHERIT_REQ) != FALSE &&
          ::SetKernelObjectSecurity(to.native(), DACL_SECURITY_INFORMATION, list.data()) != FALSE;
 }
