@@ -4,12 +4,12 @@
 // can be bound to any port that nobody holds exclusively, and that it is undefined which socket
 // then gets what. Wine asks the system it runs on, where a TCP port has one listener.
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <string>
 
 #include "tests/support/test_engine.h"
 #include "tests/support/test_sockets.h"
+#include "tests/support/wine.h"
 
 namespace quillgate {
 namespace {
@@ -18,10 +18,6 @@ using platform::Socket;
 using platform::Transport;
 using test::ruleFor;
 using test::TestEngine;
-
-bool isWine() {
-  return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
 
 // A port that is free for both protocols.
 std::uint16_t freePort() {
@@ -45,8 +41,8 @@ TEST_F(Win32PortSharing, LetsTwoTcpRulesListen) {
   rules[0] = rules[1] = ruleFor(Protocol::tcp, port, 9);
   engine.state().rules.replace(rules);
   engine.state().server.start();
-  EXPECT_TRUE(engine.waitFor(L"[TCP]" + route + L"9", isWine() ? 1 : 2));
-  if (isWine()) {
+  EXPECT_TRUE(engine.waitFor(L"[TCP]" + route + L"9", test::runsUnderWine() ? 1 : 2));
+  if (test::runsUnderWine()) {
     EXPECT_TRUE(engine.waitFor(L"[TCP] Failed to bind/listen on local port " + local));
   }
 }
@@ -56,8 +52,9 @@ TEST_F(Win32PortSharing, LetsATcpRuleListenBesideAServiceThatIsNotExclusive) {
   ASSERT_TRUE(test::bindTo(service, test::loopback(port)) && platform::startListening(service));
   engine.setRule(ruleFor(Protocol::tcp, port, 9));
   engine.state().server.start();
-  EXPECT_TRUE(engine.waitFor(isWine() ? L"[TCP] Failed to bind/listen on local port " + local
-                                      : L"[TCP]" + route + L"9"));
+  EXPECT_TRUE(engine.waitFor(test::runsUnderWine()
+                                 ? L"[TCP] Failed to bind/listen on local port " + local
+                                 : L"[TCP]" + route + L"9"));
 }
 
 TEST_F(Win32PortSharing, LetsTwoUdpRulesListenAndGivesADatagramToOneOfThem) {
