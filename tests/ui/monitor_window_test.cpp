@@ -239,6 +239,11 @@ TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
   sender.join();
   receiver.join();
   EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  EXPECT_TRUE(eventually([&] {
+    const std::wstring text = textOf(view);
+    return text.find(std::wstring(1000, L'x')) != std::wstring::npos &&
+           text.find(L"[TCP] Session closed FROM ") != std::wstring::npos;
+  }));
 }
 
 }  // namespace
