@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace quillgate {
 namespace {
@@ -60,14 +62,79 @@ bool startsWithMarkup(Units document) {
   return first != Units::npos && document[first] == u'<';
 }
 
-// Prefixes of the names of encodings in which every byte that is markup in ASCII is always that
-// markup. In some of them, such as Shift_JIS, such a byte may be the second half of a
-// character if it is a letter or one of @[\]^_`{|}~; the scan below looks at none of these alone.
-// Not among them: UTF-7, EBCDIC, ISO 2022 and others that shift, Johab.
-constexpr auto kAsciiBased = std::to_array<std::string_view>(
-    {"utf-8", "us-ascii", "iso-8859-", "windows-125", "windows-874", "windows-31j", "koi8-",
-     "shift_jis", "euc-", "gb2312", "gbk", "gb18030", "big5", "tis-620", "macintosh", "ibm437",
-     "ibm85", "ibm86"});
+// Names of encodings that keep ASCII markup: every byte that is "<", "!" or another mark in ASCII
+// is always that mark, and nothing else is. In some of them, such as Shift_JIS, such a byte may be
+// the second half of a character if it is a letter or one of @[\]^_`{|}~; the scan below looks at
+// none of these alone. docs/design/xml-libraries.md says how they were found.
+//
+// They stand here in lower case and without "-", "_" and ".", and begin the name that is looked for
+// or, in kWholeNames, are all of it.
+constexpr auto kNames = std::to_array<std::string_view>(
+    {"ansix34",    "ascii",      "asmo708",       "baltic",     "big5",        "bigfive",
+     "cnbig5",     "cngb",       "cwi",           "cyrillic",   "decmcs",      "ecma114",
+     "ecma118",    "ecma128",    "ecmacyrillic",  "elot928",    "euc",         "gb13000",
+     "gb18030",    "gb2312",     "gbk",           "georgian",   "gost1976",    "greek8",
+     "hebrew",     "hpgreek8",   "hproman",       "hpthai8",    "hpturkish8",  "iso10367",
+     "iso646us",   "iso6937",    "iso8859",       "isoceltic",  "isolatin",    "jisc6220",
+     "koi8",       "korean",     "ksc56",
+
+     "macarabic",  "maccentral", "macce",         "macchinese", "maccroatian", "maccyrillic",
+     "macgreek",   "machebrew",  "macicelandic",  "macintosh",  "macis",       "macjapanese",
+     "mackorean",  "macroman",   "macsami",       "macthai",    "macturkish",  "macuk",
+     "mik",        "msansi",     "msarab",        "mscyrl",     "msee",        "msgreek",
+     "mshebr",     "mskanji",    "msmaccyrillic", "msturk",     "os2latin1",   "pt154",
+     "rk1048",     "roman8",     "roman9",        "ruscii",     "shiftjis",    "sjis",
+     "strk1048",   "tcvn",       "thai8",         "tis620",     "ts5881",      "tscii",
+     "turkish8",   "uhc",        "ujis",          "usascii",    "utf8",        "viscii",
+     "winbaltrim", "winsami2"});
+constexpr auto kWholeNames =
+    std::to_array<std::string_view>({"arabic", "chinese", "greek", "mac", "us"});
+
+// Those with a number, and what stands before it.
+constexpr auto kCodePages = std::to_array<int>(
+    {31,   367,  437,  708,  720,  737,  770,  771,  772,  773,  774,  775,  813,  819,   848,
+     850,  851,  852,  855,  856,  857,  858,  860,  861,  862,  863,  864,  865,  866,   868,
+     869,  874,  891,  901,  902,  903,  904,  912,  915,  916,  920,  921,  922,  932,   936,
+     943,  949,  950,  1004, 1008, 1046, 1089, 1124, 1125, 1129, 1161, 1162, 1163, 1167,  1250,
+     1251, 1252, 1253, 1254, 1255, 1256, 1257, 1258, 1282, 4909, 5347, 9066, 9448, 10007, 20949});
+constexpr auto kIsoRegistrations =
+    std::to_array<int>({6,   14,  57,  90,  100, 101, 109, 110, 111, 126, 127, 138, 139, 143,
+                        144, 148, 153, 155, 156, 157, 166, 179, 193, 197, 199, 203, 209, 226});
+constexpr auto kLatins = std::to_array<int>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+struct NumberedNames {
+  std::string_view start;
+  std::span<const int> numbers;
+};
+constexpr auto kNumberedNames = std::to_array<NumberedNames>({{"cp", kCodePages},
+                                                              {"dos", kCodePages},
+                                                              {"ibm", kCodePages},
+                                                              {"ms", kCodePages},
+                                                              {"mscp", kCodePages},
+                                                              {"pc", kCodePages},
+                                                              {"windows", kCodePages},
+                                                              {"isoir", kIsoRegistrations},
+                                                              {"l", kLatins},
+                                                              {"latin", kLatins}});
+
+// Something may follow the number that is no digit.
+bool isOneOf(const NumberedNames& names, std::string_view name) {
+  if (!name.starts_with(names.start)) return false;
+  name.remove_prefix(names.start.size());
+  int number = 0;
+  std::from_chars(name.data(), name.data() + name.size(), number);
+  return std::ranges::find(names.numbers, number) != names.numbers.end();
+}
+
+bool keepsAsciiMarkup(std::string lowerCaseName) {
+  std::erase_if(lowerCaseName, [](char c) { return c == '-' || c == '_' || c == '.'; });
+  std::string_view name = lowerCaseName;
+  for (const std::string_view mark : {"cs", "x"}) {  // of aliases, and of unregistered names
+    if (name.starts_with(mark)) name.remove_prefix(mark.size());
+  }
+  return std::ranges::any_of(kNames, [&](auto start) { return name.starts_with(start); }) ||
+         std::ranges::find(kWholeNames, name) != kWholeNames.end() ||
+         std::ranges::any_of(kNumberedNames, [&](auto& names) { return isOneOf(names, name); });
+}
 
 // Whether the XML declaration, if there is one, names an encoding that shows the document as it was
 // read here.
@@ -84,7 +151,7 @@ bool hasRightEncoding(Units document, bool isUtf16) {
     name += unit < 128 ? static_cast<char>(unit | (unit >= 'A' && unit <= 'Z' ? 0x20 : 0)) : '?';
   }
   if (isUtf16) return name.starts_with("utf-16");
-  return std::ranges::any_of(kAsciiBased, [&](auto start) { return name.starts_with(start); });
+  return keepsAsciiMarkup(std::move(name));
 }
 
 // Whether there is a DTD, which comes before the first element; so do comments and processing

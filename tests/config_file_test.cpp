@@ -9,6 +9,7 @@
 #include "platform/system.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/test_engine.h"
+#include "tests/support/utf16.h"
 
 namespace quillgate {
 namespace {
@@ -29,17 +30,6 @@ std::string defaultFile() {
   for (int id = 1; id <= 10; ++id)
     file += "<rule id=\"" + std::to_string(id) + "\">" + kDefaultRule;
   return file + "</rules></config>\n";
-}
-
-std::string utf16(std::u16string_view text, bool littleEndian) {
-  std::string bytes = littleEndian ? "\xFF\xFE" : "\xFE\xFF";
-  for (const char16_t unit : text) {
-    const char low = static_cast<char>(unit & 0xFF);
-    const char high = static_cast<char>(unit >> 8);
-    bytes += littleEndian ? low : high;
-    bytes += littleEndian ? high : low;
-  }
-  return bytes;
 }
 
 class ConfigFileTest : public testing::Test {
@@ -234,9 +224,10 @@ TEST_F(ConfigFileTest, ReadsUtf16AndLatin1AndMarks) {
     return u"<config><rules><rule id='1'><targetIp>" + target +
            u"</targetIp></rule></rules></config>";
   };
-  expectLoaded(utf16(withTarget(u"\u00E9\u20AC"), true));
+  expectLoaded(test::markedUtf16(withTarget(u"\u00E9\u20AC"), true));
   EXPECT_EQ(rules[0].targetIp, L"\u00E9\u20AC");
-  expectLoaded(utf16(u"<?xml version='1.0' encoding='UTF-16'?>" + withTarget(u"\u4E00"), false));
+  expectLoaded(
+      test::markedUtf16(u"<?xml version='1.0' encoding='UTF-16'?>" + withTarget(u"\u4E00"), false));
   EXPECT_EQ(rules[0].targetIp, L"\u4E00");
   expectLoaded(
       "<?xml version='1.0' encoding='ISO-8859-1'?><config><rules><rule id='1'><targetIp>"
