@@ -36,7 +36,7 @@ TEST_F(ForwardingServerTest, IsStoppedAtFirst) {
 TEST_F(ForwardingServerTest, StartsAndStopsWithoutRunnableRules) {
   server.start();
   EXPECT_TRUE(server.isRunning());
-  server.stop();
+  engine.stop();
   EXPECT_FALSE(server.isRunning());
   EXPECT_EQ(engine.messages(), (Lines{L"Starting server...", L"Server started.",
                                       L"Stopping server...", L"Server stopped."}));
@@ -46,13 +46,13 @@ TEST_F(ForwardingServerTest, DoesNothingWhenStartedTwice) {
   engine.setRule(ruleFor(Protocol::tcp, freePort(Transport::tcp), 9));
   server.start();
   server.start();
-  server.stop();
+  engine.stop();
   EXPECT_EQ(engine.countOf(L"Starting server..."), 1U);
   EXPECT_EQ(engine.countOf(L"Server started."), 1U);
 }
 
 TEST_F(ForwardingServerTest, DoesNothingWhenStoppedWhileStopped) {
-  server.stop();
+  engine.stop();
   EXPECT_TRUE(engine.messages().empty());
 }
 
@@ -63,7 +63,7 @@ TEST_F(ForwardingServerTest, SkipsRulesThatAreNotRunnableAndLogsNothing) {
   rules[2] = {true, Protocol::udp, freePort(Transport::udp), L"127.0.0.1", 0};
   engine.state().rules.replace(rules);
   server.start();
-  server.stop();
+  engine.stop();
   EXPECT_EQ(engine.messages(), (Lines{L"Starting server...", L"Server started.",
                                       L"Stopping server...", L"Server stopped."}));
 }
@@ -84,7 +84,7 @@ TEST_F(ForwardingServerTest, GivesEveryRunnableRuleAWorker) {
   EXPECT_TRUE(active(9));
   EXPECT_FALSE(active(1));
 
-  server.stop();
+  engine.stop();
   EXPECT_FALSE(active(0));
   EXPECT_FALSE(active(9));
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + std::to_wstring(tcpPort)), 1U);
@@ -116,7 +116,7 @@ TEST_F(ForwardingServerTest, CountsAsStartedWhenAWorkerCannotOpenItsPort) {
   EXPECT_TRUE(server.isRunning());
   EXPECT_EQ(engine.countOf(L"Server started."), 1U);
 
-  server.stop();
+  engine.stop();
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + std::to_wstring(port)), 0U);
   EXPECT_EQ(engine.messages().back(), L"Server stopped.");
 }
@@ -131,7 +131,7 @@ TEST_F(ForwardingServerTest, TakesItsRulesFromTheTableAtEachStart) {
   engine.setRule(ruleFor(Protocol::tcp, second, 9));
   EXPECT_TRUE(test::connectToLoopback(first).isOpen());
 
-  server.stop();
+  engine.stop();
   server.start();
   EXPECT_TRUE(engine.waitFor(L"[TCP] Listening on local port " + std::to_wstring(second) +
                              L" -> 127.0.0.1:9"));
@@ -145,7 +145,7 @@ TEST_F(ForwardingServerTest, OpensTheSamePortAgainAndAgain) {
     server.start();
     EXPECT_TRUE(engine.waitFor(
         L"[TCP] Listening on local port " + std::to_wstring(port) + L" -> 127.0.0.1:9", round));
-    server.stop();
+    engine.stop();
   }
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + std::to_wstring(port)), 3U);
 }
@@ -165,7 +165,7 @@ TEST_F(ForwardingServerTest, StopsAllTenWorkersTogether) {
     return true;
   }));
   const auto start = std::chrono::steady_clock::now();
-  server.stop();
+  engine.stop();
   // One poll of 0.3 s, not ten of them one after the other.
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2000));
   for (std::size_t i = 0; i < kRuleCount; ++i) EXPECT_FALSE(active(i));

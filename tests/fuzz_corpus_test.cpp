@@ -30,13 +30,17 @@ void replay(const std::string& corpus,
   EXPECT_GT(inputs, 0U) << "the corpus is empty";
 }
 
-TEST(FuzzCorpus, OfRuleFilesHoldsTheRulesOfLoading) { replay("config", test::checkConfig); }
+TEST(FuzzCorpus, LoadsEachOfItsRuleFilesOrLeavesTheDefaults) {
+  replay("config", test::checkConfig);
+}
 
-TEST(FuzzCorpus, OfCapturesIsExportedWhole) { replay("export", test::checkExport); }
+TEST(FuzzCorpus, ExportsItsCapturesWhole) { replay("export", test::checkExport); }
 
-TEST(FuzzCorpus, OfNumbersIsReadLikeASlowReaderReadsIt) { replay("number", test::checkNumber); }
+TEST(FuzzCorpus, ReadsItsNumbersAsASlowReaderDoes) { replay("number", test::checkNumber); }
 
-TEST(FuzzCorpus, OfTheRenderingsHoldsTheirRules) { replay("render", test::checkRendering); }
+TEST(FuzzCorpus, RendersItsPayloadsSoThatTheyCanBeReadBack) {
+  replay("render", test::checkRendering);
+}
 
 }  // namespace
 }  // namespace quillgate

@@ -292,8 +292,8 @@ TEST(PlatformFile, ShowsAReaderOneWholeVersionWhileTwoReplaceIt) {
     }
     --working;
   };
-  std::thread one(work, 0);
-  std::thread two(work, 13);
+  std::jthread one(work, 0);
+  std::jthread two(work, 13);
   int reads = 0;
   while (working > 0) {
     const auto content = readText(path);

@@ -90,7 +90,7 @@ TEST(PlatformThread, RefusesToWaitForItself) {
   EXPECT_EQ(error, std::errc::resource_deadlock_would_occur);
 }
 
-TEST(PlatformThread, SaysSoWhenTheSystemHasNoThreadLikeThat) {
+TEST(PlatformThread, ThrowsWhenTheSystemRefusesAThread) {
   const auto body = std::make_shared<int>(0);
   constexpr auto kMoreThanThereIs = std::size_t{1} << 60;
   try {

@@ -69,7 +69,7 @@ TEST_F(StatusReportTest, SaysWhichWorkersRun) {
   EXPECT_NE(report().find(L"  2)   OFF  TCP  local 0  ->  127.0.0.1:0  [thread:no]\r\n"),
             std::wstring::npos);
 
-  engine.state().server.stop();
+  engine.stop();
   EXPECT_NE(report().find(line + L"no]\r\n"), std::wstring::npos);
 }
 

@@ -223,7 +223,7 @@ TEST_F(TcpForwarderTest, KeepsHundredsOfSessionsOpenAtOnce) {
 
 TEST_F(TcpForwarderTest, GoesOnForwardingAfterTheServerHasStopped) {
   const Session session = open();
-  engine.state().server.stop();
+  engine.stop();
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + local), 1U);
   ASSERT_TRUE(sendAll(session.client, "after the stop"));
   EXPECT_EQ(receiveExactly(session.server, 14), "after the stop");
@@ -236,7 +236,7 @@ TEST_F(TcpForwarderTest, KeepsTheTargetOfASessionWhenItsRuleChanges) {
   const Session session = open();
   const Socket other = test::listenOnLoopback();
   engine.setRule(ruleFor(Protocol::tcp, port, test::localPort(other)), 3);
-  engine.state().server.stop();
+  engine.stop();
   engine.state().server.start();
   ASSERT_TRUE(engine.waitFor(L"[TCP] Listening on local port " + local + L" -> 127.0.0.1:" +
                              std::to_wstring(test::localPort(other))));
@@ -302,7 +302,7 @@ class TcpListenerTest : public testing::Test {
   ForwardRule rule = ruleFor(Protocol::tcp, port, 9);
 };
 
-TEST_F(TcpListenerTest, SaysWhenItsPortCannotBeBound) {
+TEST_F(TcpListenerTest, LogsThatItsPortCannotBeBound) {
   const Socket taken = test::holdPort(Transport::tcp);
   runToItsEnd(ruleFor(Protocol::tcp, test::localPort(taken), 9));
   EXPECT_FALSE(active);
@@ -319,7 +319,7 @@ TEST_F(TcpListenerTest, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
                    L"[TCP] Stopped local port " + local}));
 }
 
-TEST_F(TcpListenerTest, IsActiveWheneverItSaysSomething) {
+TEST_F(TcpListenerTest, IsActiveWheneverItLogsSomething) {
   std::vector<bool> activeAtLines;
   engine.notifier().onLine = [&] { activeAtLines.push_back(active); };
   const Socket taken = test::holdPort(Transport::tcp);
@@ -330,7 +330,7 @@ TEST_F(TcpListenerTest, IsActiveWheneverItSaysSomething) {
   EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));  // listening, stopped
 }
 
-TEST_F(TcpListenerTest, ClosesItsSocketBeforeItSaysSo) {
+TEST_F(TcpListenerTest, ClosesItsSocketBeforeItLogsItsStop) {
   std::vector<bool> freeAtLines;
   engine.notifier().onLine = [&] {
     freeAtLines.push_back(platform::bindToAllIpv4(platform::openIpv4Socket(Transport::tcp), port));
@@ -377,6 +377,26 @@ class TcpSessionTest : public testing::Test {
     test::expectReturns([&] { run(rule, from); }, [&] { pair.client.close(); });
   }
 
+  // Expects that a session reaches a target on this machine by this name and relays what that
+  // sends; returns the target's port. Which address of a name comes first, one of IPv4 or of IPv6,
+  // is the system's choice.
+  std::uint16_t reachTargetAt(const std::wstring& name) {
+    const auto first = platform::resolveFirst(name, L"0");
+    EXPECT_TRUE(first);
+    if (!first) return 0;
+    const Socket target = platform::openTcpSocketFor(*first);
+    EXPECT_TRUE(test::bindTo(target, *first) && platform::startListening(target));
+    const std::uint16_t port = test::localPort(target);
+    std::thread session([&] { run(ruleFor(Protocol::tcp, 8080, port, name), peer); });
+    Socket server = acceptFrom(target);
+    EXPECT_TRUE(sendAll(server, "hello"));
+    EXPECT_EQ(receiveExactly(pair.client, 5), "hello");
+    server.close();
+    pair.client.close();
+    session.join();
+    return port;
+  }
+
   TestEngine engine;
   test::ConnectedPair pair = test::connectedPair();
   const platform::SocketAddress peer = test::loopback(40000);
@@ -408,7 +428,7 @@ TEST_F(TcpSessionTest, ShowsAnAddressThatCannotBeConvertedAsAQuestionMark) {
             Lines{L"[TCP] FROM ?  Connect failed to 127.0.0.1:" + std::to_wstring(nobody)});
 }
 
-TEST_F(TcpSessionTest, ShowsThatAddressInEveryTextOfASession) {
+TEST_F(TcpSessionTest, ShowsThatQuestionMarkInEveryTextOfASession) {
   const Socket target = test::listenOnLoopback();
   const std::wstring targetPort = std::to_wstring(test::localPort(target));
   std::thread session([&] {
@@ -440,7 +460,7 @@ TEST_F(TcpSessionTest, LogsWhatHappensBeforeItCapturesIt) {
   EXPECT_EQ(capturedAtLines, (std::vector<std::size_t>{0, 1, 2}));  // opened, closed, refused
 }
 
-TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItSaysSo) {
+TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItLogsItsEnd) {
   const Socket target = test::listenOnLoopback();
   Socket server;
   std::binary_semaphore peersHaveEnded{0};
@@ -462,37 +482,12 @@ TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItSaysSo) {
   EXPECT_EQ(serverSees, StreamEnd::orderly);
 }
 
-TEST_F(TcpSessionTest, ReachesATargetWithAnIpv6Address) {
-  const auto any = platform::resolveFirst(L"::1", L"0");
-  ASSERT_TRUE(any);
-  const Socket target = platform::openTcpSocketFor(*any);
-  ASSERT_TRUE(test::bindTo(target, *any) && platform::startListening(target));
-  std::thread session(
-      [&] { run(ruleFor(Protocol::tcp, 8080, test::localPort(target), L"::1"), peer); });
-  Socket server = acceptFrom(target);
-  EXPECT_TRUE(sendAll(server, "hello"));
-  EXPECT_EQ(receiveExactly(pair.client, 5), "hello");
-  server.close();
-  pair.client.close();
-  session.join();
-}
+TEST_F(TcpSessionTest, ReachesATargetWithAnIpv6Address) { reachTargetAt(L"::1"); }
 
 TEST_F(TcpSessionTest, ReachesATargetByName) {
-  // Which of the name's addresses comes first, an IPv4 or an IPv6 one, is the system's choice.
-  const auto first = platform::resolveFirst(L"localhost", L"0");
-  ASSERT_TRUE(first);
-  const Socket target = platform::openTcpSocketFor(*first);
-  ASSERT_TRUE(test::bindTo(target, *first) && platform::startListening(target));
-  const ForwardRule rule = ruleFor(Protocol::tcp, 8080, test::localPort(target), L"localhost");
-  std::thread session([&] { run(rule, peer); });
-  Socket server = acceptFrom(target);
-  EXPECT_TRUE(sendAll(server, "hello"));
-  EXPECT_EQ(receiveExactly(pair.client, 5), "hello");
-  server.close();
-  pair.client.close();
-  session.join();
-  EXPECT_EQ(engine.messages().at(0), L"[TCP] FROM 127.0.0.1:40000  local 8080 -> localhost:" +
-                                         std::to_wstring(rule.targetPort));
+  const std::uint16_t port = reachTargetAt(L"localhost");
+  EXPECT_EQ(engine.messages().at(0),
+            L"[TCP] FROM 127.0.0.1:40000  local 8080 -> localhost:" + std::to_wstring(port));
 }
 
 TEST(RelayAndCapture, CapturesAChunkEvenIfItCannotBeSent) {

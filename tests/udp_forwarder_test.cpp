@@ -217,7 +217,7 @@ TEST_F(UdpForwarderTest, GoesOnAndLogsNothingAfterAClientThatHasGone) {
 
 TEST_F(UdpForwarderTest, StopsWithinOnePollWhenNothingArrives) {
   const auto start = std::chrono::steady_clock::now();
-  engine.state().server.stop();
+  engine.stop();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
   EXPECT_EQ(engine.countOf(L"[UDP] Stopped local port " + local), 1U);
 }
@@ -228,14 +228,14 @@ TEST_F(UdpForwarderTest, StopsWhileDatagramsFloodIn) {
   });
   ASSERT_TRUE(engine.waitFor(newClientText(client)));
   const auto start = std::chrono::steady_clock::now();
-  engine.state().server.stop();
+  engine.stop();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
   EXPECT_EQ(engine.countOf(L"[UDP] Stopped local port " + local), 1U);
 }
 
 TEST_F(UdpForwarderTest, ForgetsItsClientWithAStop) {
   expectRelayed(client, target, "question");
-  engine.state().server.stop();
+  engine.stop();
   engine.state().server.start();
   ASSERT_TRUE(engine.waitFor(
       L"[UDP] Listening on local port " + local + L" -> 127.0.0.1:" + targetPort, 2));
@@ -293,7 +293,7 @@ class UdpWorkerTest : public testing::Test {
   const std::wstring local = std::to_wstring(port);
 };
 
-TEST_F(UdpWorkerTest, SaysWhenItsPortCannotBeBound) {
+TEST_F(UdpWorkerTest, LogsThatItsPortCannotBeBound) {
   const Socket taken = test::holdPort(Transport::udp);
   runToItsEnd(ruleFor(Protocol::udp, test::localPort(taken), 9));
   EXPECT_EQ(engine.messages(), Lines{L"[UDP] Failed to bind on local port " +
@@ -301,7 +301,7 @@ TEST_F(UdpWorkerTest, SaysWhenItsPortCannotBeBound) {
   EXPECT_FALSE(active);
 }
 
-TEST_F(UdpWorkerTest, SaysWhenItsTargetIsAHostName) {
+TEST_F(UdpWorkerTest, LogsThatItsTargetIsNoAddress) {
   runToItsEnd(ruleFor(Protocol::udp, port, 9, L"localhost"));
   EXPECT_EQ(engine.messages(), Lines{L"[UDP] Invalid target IP: localhost"});
   EXPECT_FALSE(active);
@@ -335,7 +335,7 @@ TEST_F(UdpWorkerTest, ReportsItsStopEvenWhenItIsStoppedAtOnce) {
   EXPECT_TRUE(isFree(port));
 }
 
-TEST_F(UdpWorkerTest, IsActiveWheneverItSaysSomething) {
+TEST_F(UdpWorkerTest, IsActiveWheneverItLogsSomething) {
   running = false;
   std::vector<bool> activeAtLines;
   engine.notifier().onLine = [&] { activeAtLines.push_back(active); };
@@ -345,7 +345,7 @@ TEST_F(UdpWorkerTest, IsActiveWheneverItSaysSomething) {
   EXPECT_EQ(activeAtLines, (std::vector{true, true, true}));
 }
 
-TEST_F(UdpWorkerTest, ClosesItsSocketBeforeItSaysSo) {
+TEST_F(UdpWorkerTest, ClosesItsSocketBeforeItLogsItsStop) {
   running = false;
   std::vector<bool> freeAtLines;
   engine.notifier().onLine = [&] { freeAtLines.push_back(isFree(port)); };

@@ -20,7 +20,7 @@ class IdleWorker : public testing::Test {
     startFaults(std::nullopt);
     asProgram([&] { engine.state().server.start(); });
     EXPECT_TRUE(eventually([] { return callCounts()["poll"] >= 10; }));
-    engine.state().server.stop();
+    engine.stop();
   }
 
   TestEngine engine;

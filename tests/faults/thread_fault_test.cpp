@@ -57,7 +57,7 @@ TEST_F(ThreadFault, IsThrownByAStartThatHasAWorkerAndAStopEndsThatOne) {
   startFaults(Fault{"pthread_create", udpWorker});
   EXPECT_THROW(asProgram([&] { engine.state().server.start(); }), std::system_error);
   EXPECT_NE(engine.waitForPrefix(L"[TCP] Listening on local port "), L"");
-  engine.state().server.stop();
+  engine.stop();
   EXPECT_EQ(engine.messages().back(), L"Server stopped.");
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + std::to_wstring(port)), 1U);
 }

@@ -25,15 +25,6 @@ bool allReach(const Socket& target, std::uint16_t port) {
   return true;
 }
 
-// A port that is free for both protocols.
-std::uint16_t freePort() {
-  std::uint16_t port = 0;
-  do {
-    port = test::freePort(Transport::tcp);
-  } while (!platform::bindToAllIpv4(platform::openIpv4Socket(Transport::udp), port));
-  return port;
-}
-
 class PortSharing : public testing::Test {
  protected:
   std::wstring listening(const std::wstring& protocol, const Socket& target) const {
@@ -43,7 +34,7 @@ class PortSharing : public testing::Test {
 
   TestEngine first;
   TestEngine second;
-  const std::uint16_t port = freePort();
+  const std::uint16_t port = test::freePortOfBothProtocols();
   const std::wstring local = std::to_wstring(port);
 };
 
@@ -107,7 +98,7 @@ TEST_F(PortSharing, GivesTheDatagramsOfAPortToTheProgramThatCameLast) {
   ASSERT_TRUE(second.waitFor(listening(L"[UDP]", secondTarget)));
   EXPECT_TRUE(allReach(secondTarget, port));
   EXPECT_TRUE(test::staysQuiet(firstTarget));
-  second.state().server.stop();
+  second.stop();
   EXPECT_TRUE(allReach(firstTarget, port));
 }
 
@@ -120,7 +111,7 @@ TEST_F(PortSharing, LetsNoTcpRuleListenBesideAServiceOnOneAddress) {
     first.state().server.start();
     EXPECT_TRUE(
         first.waitFor(L"[TCP] Failed to bind/listen on local port " + local, reuses ? 2 : 1));
-    first.state().server.stop();
+    first.stop();
   }
 }
 

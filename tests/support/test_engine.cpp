@@ -1,6 +1,8 @@
 #include "tests/support/test_engine.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include "core/time_stamp.h"
@@ -22,7 +24,15 @@ T& immortal(Args&... args) {
 TestEngine::TestEngine()
     : notifier_(immortal<FakeNotifier>()), state_(immortal<SharedState>(notifier_)) {}
 
-TestEngine::~TestEngine() { state_.server.stop(); }
+TestEngine::~TestEngine() { stop(); }
+
+void TestEngine::stop() {
+  expectReturns([&] { state_.server.stop(); },
+                [] {
+                  std::fputs("The server does not stop; the process ends.\n", stderr);
+                  std::_Exit(EXIT_FAILURE);
+                });
+}
 
 const std::vector<std::wstring>& TestEngine::messages() {
   for (const std::wstring& line : state_.log.takeNewLines()) {

@@ -15,12 +15,16 @@ namespace quillgate::test {
 class TestEngine {
  public:
   TestEngine();
-  // Stops the server; sessions that are open go on.
+  // Stops the server as stop() does; sessions that are open go on.
   ~TestEngine();
   TestEngine(const TestEngine&) = delete;
   TestEngine& operator=(const TestEngine&) = delete;
 
   [[nodiscard]] SharedState& state() { return state_; }
+  // Stops the server. When that takes longer than the deadline, the test fails and ends the
+  // process: nothing else could end a worker that ignores the stop, and the next tests would wait
+  // for it.
+  void stop();
   [[nodiscard]] FakeNotifier& notifier() { return notifier_; }
 
   // All messages logged so far, in their order, without their time stamps. Takes the log's new

@@ -49,6 +49,14 @@ std::uint16_t freePort(Transport transport) {
   return 0;
 }
 
+std::uint16_t freePortOfBothProtocols() {
+  std::uint16_t port = 0;
+  do {
+    port = freePort(Transport::tcp);
+  } while (!platform::bindToAllIpv4(platform::openIpv4Socket(Transport::udp), port));
+  return port;
+}
+
 Socket listenOnLoopback() {
   Socket listener = openOnLoopback(Transport::tcp);
   EXPECT_TRUE(platform::startListening(listener));

@@ -18,6 +18,8 @@ namespace quillgate::test {
 // A port that nothing on this machine uses at the moment, and that the system gives to nobody by
 // itself.
 [[nodiscard]] std::uint16_t freePort(platform::Transport transport);
+// The same for TCP and UDP at once.
+[[nodiscard]] std::uint16_t freePortOfBothProtocols();
 
 // A socket that has some port of all local IPv4 addresses for itself: no other can be bound to it,
 // whatever option that one sets.

@@ -23,7 +23,7 @@ HANDLE handleOfThread(DWORD id) {
   return nullptr;
 }
 
-TEST(Win32Thread, SaysSoWhenTheSystemDoesNotWaitForIt) {
+TEST(Win32Thread, ThrowsWhenTheSystemRefusesAJoin) {
   std::atomic<DWORD> id{0};
   std::atomic<bool> over{false};
   // Waits without a handle: a new one could take the place of the one that is closed.
