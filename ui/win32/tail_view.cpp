@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "ui/log_view.h"
-#include "ui/tail_pieces.h"
 #include "ui/win32/clipboard.h"
 
 namespace quillgate {
@@ -32,7 +31,7 @@ void scrollTo(HWND edit, LRESULT line) {
   SendMessageW(edit, EM_LINESCROLL, 0, line - firstVisibleLine(edit));
 }
 
-int lineHeight(HWND edit) {
+TEXTMETRICW fontOf(HWND edit) {
   TEXTMETRICW font{};
   const HDC context = GetDC(edit);
   const HGDIOBJ former =
@@ -40,8 +39,10 @@ int lineHeight(HWND edit) {
   GetTextMetricsW(context, &font);
   SelectObject(context, former);
   ReleaseDC(edit, context);
-  return static_cast<int>(font.tmHeight);
+  return font;
 }
+
+int lineHeight(HWND edit) { return static_cast<int>(fontOf(edit).tmHeight); }
 
 }  // namespace
 
@@ -102,8 +103,10 @@ void TailView::showEnd() {
   const auto end = Clock::now() + kMaxTime;
   {
     const RedrawPause pause(edit_);
-    hold({beginOfPieceBefore(text_, text_.size(), kPieceCharacters), text_.size()});
-    while (!holdsAll() && !isFullFrom(0) && Clock::now() < end) addPiece();
+    const std::size_t enough = charactersToFill();
+    hold({beginOfPieceBefore(text_, text_.size(), std::min(kPieceCharacters, enough), enough),
+          text_.size()});
+    while (!holdsAll() && !isFullFrom(0) && Clock::now() < end) addPiece(enough);
     select({text_.size(), text_.size()});
   }
   SendMessageW(edit_, EM_SCROLLCARET, 0, 0);
@@ -113,10 +116,12 @@ void TailView::showEnd() {
 void TailView::showFrom(std::size_t place) {
   const auto end = Clock::now() + kMaxTime;
   const RedrawPause pause(edit_);
-  const std::size_t begin = beginOfLineAt(text_, place);
-  hold({begin, endOfPieceAfter(text_, begin, kPieceCharacters)});
+  const std::size_t enough = charactersToFill();
+  const std::size_t beginOfLine = beginOfLineAt(text_, place);
+  const std::size_t begin = place - beginOfLine <= enough ? beginOfLine : place;
+  hold({begin, endOfPieceAfter(text_, begin, std::min(kPieceCharacters, enough), enough)});
   const LRESULT line = SendMessageW(edit_, EM_LINEFROMCHAR, place - begin, 0);
-  while (held_.end < text_.size() && !isFullFrom(line) && Clock::now() < end) addPiece();
+  while (held_.end < text_.size() && !isFullFrom(line) && Clock::now() < end) addPiece(enough);
   scrollTo(edit_, line);
 }
 
@@ -125,11 +130,12 @@ void TailView::hold(Range range) {
   SetWindowTextW(edit_, text_.substr(range.begin, range.end - range.begin).c_str());
 }
 
-void TailView::addPiece() {
+void TailView::addPiece(std::size_t longestLine) {
   const bool below = held_.end < text_.size();
+  const std::size_t size = std::min(kPieceCharacters, longestLine);
   const Range piece =
-      below ? Range{held_.end, endOfPieceAfter(text_, held_.end, kPieceCharacters)}
-            : Range{beginOfPieceBefore(text_, held_.begin, kPieceCharacters), held_.begin};
+      below ? Range{held_.end, endOfPieceAfter(text_, held_.end, size, longestLine)}
+            : Range{beginOfPieceBefore(text_, held_.begin, size, longestLine), held_.begin};
   const Range selected = selection();
   const LRESULT linesBefore = lineCount(edit_);
   const LRESULT firstBefore = firstVisibleLine(edit_);
@@ -141,6 +147,14 @@ void TailView::addPiece() {
   held_ = {std::min(held_.begin, piece.begin), std::max(held_.end, piece.end)};
   select(selected);
   scrollTo(edit_, firstBefore + (below ? 0 : lineCount(edit_) - linesBefore));
+}
+
+std::size_t TailView::charactersToFill() const {
+  const TEXTMETRICW font = fontOf(edit_);
+  const Size size = clientSize(edit_);
+  const auto columns = static_cast<std::size_t>(size.width / font.tmAveCharWidth + 1);
+  const auto rows = static_cast<std::size_t>(size.height / font.tmHeight + 1);
+  return rows * columns * 3 / 2;  // some characters are narrower
 }
 
 bool TailView::isFullFrom(LRESULT line) const {

@@ -4,8 +4,9 @@
 // Such a control takes long to lay out wrapped lines: 50 ms for a line of 4,096 characters, and
 // many seconds, in which the window would be frozen, for a text of 250 such lines. A change of its
 // width lays out everything in it again. So after a new text or a new size it holds only the lines
-// that it can display: the newest, or those where the reader was. The others are added when nothing
-// has changed for a moment. Its text, and what is copied from it, are always complete.
+// that it can display: the newest, or those where the reader was, and of a line that is longer than
+// the control can display only a part. The rest is added when nothing has changed for a moment. Its
+// text, and what is copied from it, are always complete.
 #pragma once
 
 #include <windows.h>
@@ -13,6 +14,7 @@
 #include <cstddef>
 #include <string>
 
+#include "ui/tail_pieces.h"
 #include "ui/win32/window.h"
 
 namespace quillgate {
@@ -52,8 +54,11 @@ class TailView {
   void hold(Range range);
   [[nodiscard]] bool holdsAll() const { return held_ == Range{0, text_.size()}; }
 
-  // Adds the next piece, below what the control holds or above it, without moving what is seen.
-  void addPiece();
+  // Adds the next piece, below what the control holds or above it, without moving what is seen
+  // except to complete a line; of a line that is longer than `longestLine`, only a part.
+  void addPiece(std::size_t longestLine = kAnyLength);
+  // How many characters fill the control, roughly.
+  [[nodiscard]] std::size_t charactersToFill() const;
   // Whether the control holds enough to fill its height from one of its lines on.
   [[nodiscard]] bool isFullFrom(LRESULT line) const;
   [[nodiscard]] bool readerIsAtEnd() const;
