@@ -1,5 +1,7 @@
 #include "ui/win32/accessible_names.h"
 
+#include <algorithm>
+
 namespace quillgate {
 
 AccessibleNames::AccessibleNames() {
@@ -15,7 +17,7 @@ void AccessibleNames::set(HWND control, const std::wstring& name) {
   if (service_ == nullptr) return;
   service_->SetHwndPropStr(control, static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF, PROPID_ACC_NAME,
                            name.c_str());
-  named_.push_back(control);
+  if (std::ranges::find(named_, control) == named_.end()) named_.push_back(control);
 }
 
 void AccessibleNames::clear() {

@@ -18,6 +18,7 @@ class AccessibleNames {
   AccessibleNames(const AccessibleNames&) = delete;
   AccessibleNames& operator=(const AccessibleNames&) = delete;
 
+  // Gives the control this name, in place of an earlier one.
   void set(HWND control, const std::wstring& name);
 
   // Takes all names back. Called before the controls are destroyed: the system would keep them.

@@ -62,6 +62,9 @@ LRESULT LogWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CLOSE:
       onClose();
       return 0;
+    case WM_DESTROY:
+      names_.clear();
+      return 0;
     case WM_LOG_NEW_LINE:
       if (pace_.refreshesNow()) onRefresh();
       return 0;
@@ -79,6 +82,7 @@ void LogWindow::onCreate() {
   createControlsOf(handle());
   const HWND list = GetDlgItem(handle(), IDC_LOG_LIST);
   uiState().logListBox = list;
+  names_.set(list, kLogListName);
   uiState().lineNotices.renew();  // notices to an earlier window are gone
   EventLog& log = sharedState().log;
   {

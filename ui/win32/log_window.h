@@ -2,6 +2,7 @@
 // UI thread only; other threads post WM_LOG_NEW_LINE.
 #pragma once
 
+#include "ui/win32/accessible_names.h"
 #include "ui/win32/refresh_pace.h"
 #include "ui/win32/window.h"
 
@@ -22,6 +23,7 @@ class LogWindow final : public Window {
   void onRefresh();
 
   RefreshPace pace_;
+  AccessibleNames names_;
 };
 
 }  // namespace quillgate

@@ -20,6 +20,13 @@ namespace {
 
 constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
 
+// Sizes with borders and title bar, which is what this system is asked for; how much of them the
+// client area gets is up to it. The client sizes in ui/ are for toolkits that ask for those.
+constexpr Size kMainOuterSize{696, 90};
+constexpr Size kEditorOuterSize{700, 430};
+constexpr Size kMonitorOuterSize{980, 560};
+constexpr Size kLogOuterSize{900, 520};
+
 // The places at creation only: the size change when the window is first shown applies kLayout.
 constexpr Rectangle kFirstIndicatorPlace{10, 18, 18, 18};
 constexpr ControlRow kButtons[] = {
@@ -41,7 +48,8 @@ constexpr Placement kLayout[] = {
 HWND MainWindow::open() {
   registerClass(kClassName);
   return create(std::make_shared<MainWindow>(), kClassName, kMainTitle, kStyle,
-                {CW_USEDEFAULT, CW_USEDEFAULT, 696, 90}, nullptr);
+                {CW_USEDEFAULT, CW_USEDEFAULT, kMainOuterSize.width, kMainOuterSize.height},
+                nullptr);
 }
 
 LRESULT MainWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -76,6 +84,7 @@ void MainWindow::createIndicator() {
 }
 
 void MainWindow::onCreate() {
+  uiState().mainWindowNames = &names_;
   createIndicator();
   createControls(handle(), kButtons);
   // The caption stays "Stop server" here, because the main window's handle is not known yet; the
@@ -95,16 +104,16 @@ void MainWindow::onCommand(int id) {
       onStartStop();
       break;
     case IDC_OPEN_CONFIG:
-      openSecondaryWindow({uiState().configWindow, RuleEditor::kClassName, kEditorTitle, 700, 430,
-                           makeWindow<RuleEditor>});
+      openSecondaryWindow({uiState().configWindow, RuleEditor::kClassName, kEditorTitle,
+                           kEditorOuterSize, makeWindow<RuleEditor>});
       break;
     case IDC_OPEN_LOG:
-      openSecondaryWindow(
-          {uiState().logWindow, LogWindow::kClassName, kLogTitle, 900, 520, makeWindow<LogWindow>});
+      openSecondaryWindow({uiState().logWindow, LogWindow::kClassName, kLogTitle, kLogOuterSize,
+                           makeWindow<LogWindow>});
       break;
     case IDC_OPEN_MONITOR:
-      openSecondaryWindow({uiState().monitorWindow, MonitorWindow::kClassName, kMonitorTitle, 980,
-                           560, makeWindow<MonitorWindow>});
+      openSecondaryWindow({uiState().monitorWindow, MonitorWindow::kClassName, kMonitorTitle,
+                           kMonitorOuterSize, makeWindow<MonitorWindow>});
       break;
     case IDC_STATUS:
       toggleStatusPanel();
@@ -127,6 +136,8 @@ void MainWindow::onStartStop() {
 }
 
 void MainWindow::onDestroy() {
+  names_.clear();
+  uiState().mainWindowNames = nullptr;
   sharedState().server.stop();
   DeleteObject(uiState().whiteBrush);
   uiState().whiteBrush = nullptr;
@@ -134,9 +145,12 @@ void MainWindow::onDestroy() {
 }
 
 void showRunningState() {
-  SetDlgItemTextW(uiState().mainWindow, IDC_START_STOP,
-                  startStopCaption(sharedState().server.isRunning()));
-  if (uiState().indicator != nullptr) InvalidateRect(uiState().indicator, nullptr, TRUE);
+  const UiState& ui = uiState();
+  const bool running = sharedState().server.isRunning();
+  SetDlgItemTextW(ui.mainWindow, IDC_START_STOP, startStopCaption(running));
+  if (ui.indicator == nullptr) return;
+  ui.mainWindowNames->set(ui.indicator, indicatorName(running));
+  InvalidateRect(ui.indicator, nullptr, TRUE);
 }
 
 }  // namespace quillgate

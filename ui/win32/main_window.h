@@ -2,6 +2,7 @@
 // folds out below them. UI thread only.
 #pragma once
 
+#include "ui/win32/accessible_names.h"
 #include "ui/win32/window.h"
 
 namespace quillgate {
@@ -24,6 +25,8 @@ class MainWindow final : public Window {
   void onCommand(int id);
   void onStartStop();
   void onDestroy();
+
+  AccessibleNames names_;
 };
 
 // Brings the start/stop button's caption and the indicator in line with the server's running flag.

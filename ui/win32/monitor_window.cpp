@@ -59,6 +59,9 @@ LRESULT MonitorWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CLOSE:
       onClose();
       return 0;
+    case WM_DESTROY:
+      names_.clear();
+      return 0;
     case WM_MONITOR_REFRESH:
       if (pace_.refreshesNow()) onRefresh();
       return 0;
@@ -81,6 +84,9 @@ void MonitorWindow::onCreate() {
   ui.monitorFilterList = GetDlgItem(handle(), IDC_MON_FILTER);
   ui.monitorFormatList = GetDlgItem(handle(), IDC_MON_FORMAT);
   ui.monitorView = GetDlgItem(handle(), IDC_MON_VIEW);
+  names_.set(ui.monitorFilterList, kFilterListName);
+  names_.set(ui.monitorFormatList, kFormatListName);
+  names_.set(ui.monitorView, kMonitorViewName);
   tail_.attach(ui.monitorView);
   for (const wchar_t* name : kFormatNames) addEntry(ui.monitorFormatList, name);
   select(ui.monitorFormatList, static_cast<int>(sharedState().monitor.format()));

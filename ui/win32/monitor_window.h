@@ -8,6 +8,7 @@
 
 #include "ui/monitor_actions.h"
 #include "ui/rule_actions.h"
+#include "ui/win32/accessible_names.h"
 #include "ui/win32/refresh_pace.h"
 #include "ui/win32/tail_view.h"
 #include "ui/win32/ui_state.h"
@@ -37,6 +38,7 @@ class MonitorWindow final : public Window, private MonitorControls {
   MonitorView view_{sharedState().monitor};
   TailView tail_;
   RefreshPace pace_;
+  AccessibleNames names_;
 };
 
 }  // namespace quillgate

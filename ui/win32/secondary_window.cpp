@@ -15,7 +15,8 @@ void openSecondaryWindow(const SecondaryWindow& kind) {
   Window::registerClass(kind.className);
   const HWND created =
       Window::create(kind.make(), kind.className, kind.title, WS_OVERLAPPEDWINDOW,
-                     {CW_USEDEFAULT, CW_USEDEFAULT, kind.width, kind.height}, uiState().mainWindow);
+                     {CW_USEDEFAULT, CW_USEDEFAULT, kind.outerSize.width, kind.outerSize.height},
+                     uiState().mainWindow);
   kind.slot = created;
   if (created != nullptr) ShowWindow(created, SW_SHOW);
 }

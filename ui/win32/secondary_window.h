@@ -13,8 +13,7 @@ struct SecondaryWindow {
   std::atomic<HWND>& slot;  // where the window's handle is kept
   const wchar_t* className;
   const wchar_t* title;
-  int width;  // outer size
-  int height;
+  Size outerSize;
   std::shared_ptr<Window> (*make)();
 };
 

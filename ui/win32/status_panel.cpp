@@ -34,6 +34,7 @@ void foldOut() {
   growMainWindow(kStatusPanelGrowth);
   if (ui.statusPanel == nullptr) {
     ui.statusPanel = createPanel();
+    ui.mainWindowNames->set(ui.statusPanel, kStatusPanelName);
   } else {
     ShowWindow(ui.statusPanel, SW_SHOW);
   }

@@ -12,6 +12,7 @@
 #include "engine/shared_state.h"
 #include "ui/notice_budget.h"
 #include "ui/rule_actions.h"
+#include "ui/win32/accessible_names.h"
 
 namespace quillgate {
 
@@ -21,6 +22,7 @@ struct UiState {
   HWND mainWindow = nullptr;  // set when its creation has returned
   HWND indicator = nullptr;
   HWND statusPanel = nullptr;  // created on first use and then kept, hidden or shown
+  AccessibleNames* mainWindowNames = nullptr;  // valid as long as mainWindow is a window
   std::atomic<bool> statusPanelVisible{false};
 
   // The secondary windows. Each clears its own handle when it closes itself; a handle may also name
