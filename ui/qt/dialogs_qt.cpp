@@ -3,6 +3,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QPointer>
 #include <utility>
 
 #include "ui/qt/text.h"
@@ -26,6 +27,7 @@ class PathDialog final : public QFileDialog {
   PathDialog(QWidget* owner, AcceptMode mode, const FileDialog& dialog) : QFileDialog(owner) {
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowModality(Qt::NonModal);
+    setWindowTitle(mode == AcceptSave ? tr("Save As") : tr("Open"));  // the desktop's has none
     setAcceptMode(mode);
     setFileMode(mode == AcceptSave ? AnyFile : ExistingFile);
     setOption(DontConfirmOverwrite);
@@ -47,7 +49,7 @@ class PathDialog final : public QFileDialog {
     if (acceptMode() == AcceptOpen && !file.exists()) {
       sayThatItIsMissing(file.fileName());
     } else if (acceptMode() == AcceptSave && file.exists() && !file.isDir()) {
-      askBeforeOverwriting(file.fileName());
+      askBeforeOverwriting(file);
     } else {
       QFileDialog::accept();  // shows what is in it if it is a folder
     }
@@ -60,14 +62,24 @@ class PathDialog final : public QFileDialog {
             [](auto) {});
   }
 
-  void askBeforeOverwriting(const QString& name) {
-    showBox(new QMessageBox(QMessageBox::Warning, windowTitle(),
-                            tr("%1 already exists.\nDo you want to replace it?").arg(name),
-                            QMessageBox::Yes | QMessageBox::No, this),
-            [this](QMessageBox::StandardButton pressed) {
-              if (pressed == QMessageBox::Yes) QFileDialog::accept();
-            });
+  // The dialog takes input while the question is open: there may be another one about another file.
+  void askBeforeOverwriting(const QFileInfo& file) {
+    delete question_;
+    question_ =
+        new QMessageBox(QMessageBox::Warning, windowTitle(),
+                        tr("%1 already exists.\nDo you want to replace it?").arg(file.fileName()),
+                        QMessageBox::Yes | QMessageBox::No, this);
+    showBox(question_, [this, path = file.filePath()](QMessageBox::StandardButton pressed) {
+      if (pressed != QMessageBox::Yes) return;
+      if (selectedFiles().value(0) == path) {
+        QFileDialog::accept();
+      } else {
+        accept();
+      }
+    });
   }
+
+  QPointer<QMessageBox> question_;
 };
 
 void ask(SecondaryWindow& owner, QFileDialog::AcceptMode mode, const FileDialog& dialog,

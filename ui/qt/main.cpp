@@ -13,12 +13,15 @@
 namespace quillgate {
 namespace {
 
-// Without a display Qt writes several lines and ends the process by a signal. One line is enough,
-// and a status that says it.
-void endWithoutDisplay(QtMsgType type, const QMessageLogContext&, const QString&) {
-  if (type != QtFatalMsg) return;
+[[noreturn]] void endWithoutDisplay() {
   std::fputs("quillgate: there is no display that can be used.\n", stderr);
   std::_Exit(EXIT_FAILURE);
+}
+
+// Without a display Qt writes several lines and ends the process by a signal. One line is enough,
+// and a status that says it.
+void onMessageAtStart(QtMsgType type, const QMessageLogContext&, const QString&) {
+  if (type == QtFatalMsg) endWithoutDisplay();
 }
 
 QFont interfaceFont() {
@@ -34,6 +37,9 @@ int run() {
   static News& news = *new News;
   static SharedState& state = *new SharedState(news);
   prepareDataFolder(state);
+  // The entry of the desktop's menu that the windows belong to, on Wayland also if the program file
+  // has another name.
+  QApplication::setDesktopFileName("quillgate");
   QApplication::setFont(interfaceFont());
   installAccessibleInterfaces();
   loadRules(state);
@@ -52,8 +58,9 @@ int run() {
 
 int main(int, char** arguments) {
   int count = 1;  // no arguments, not even for Qt
-  const QtMessageHandler handler = qInstallMessageHandler(quillgate::endWithoutDisplay);
+  const QtMessageHandler handler = qInstallMessageHandler(quillgate::onMessageAtStart);
   const QApplication application(count, arguments);
   qInstallMessageHandler(handler);
+  if (QApplication::screens().isEmpty()) quillgate::endWithoutDisplay();
   return quillgate::run();
 }

@@ -45,6 +45,7 @@ MainWindow::MainWindow(SharedState& state, News& news)
   setWindowTitle(toQt(kMainTitle));
   setFixedSize(toQt(kMainSize));
   statusPanel_.setReadOnly(true);
+  statusPanel_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   statusPanel_.setTabChangesFocus(true);
   statusPanel_.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
   statusPanel_.setAccessibleName(toQt(kStatusPanelName));
@@ -84,7 +85,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   delete logWindow_;
   state_.server.stop();
   event->accept();
-  QCoreApplication::quit();
+  QCoreApplication::exit();  // not quit(), which asks the windows once more
 }
 
 void MainWindow::startOrStop() {

@@ -21,6 +21,7 @@ MonitorWindow::MonitorWindow(SharedState& state, News& news, QWidget* mainWindow
       clear_(monitorPlaces(kMonitorSize).clear, content()),
       view_(content()) {
   view_.setReadOnly(true);
+  view_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   view_.setUndoRedoEnabled(false);
   view_.setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
   view_.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
@@ -49,12 +50,16 @@ MonitorWindow::MonitorWindow(SharedState& state, News& news, QWidget* mainWindow
 MonitorWindow::~MonitorWindow() { news_.setMonitorOpen(false); }
 
 void MonitorWindow::layOut(Size client) {
+  // Whoever sees the end goes on seeing it. There may be room for one more line below the last one.
+  QScrollBar& position = *view_.verticalScrollBar();
+  const bool showsEnd = position.value() >= position.maximum() - 1;
   const MonitorControlPlaces places = monitorPlaces(client);
   filter_.setGeometry(toQt(places.filter));
   format_.setGeometry(toQt(places.format));
   save_.setGeometry(toQt(places.save.place));
   clear_.setGeometry(toQt(places.clear.place));
   view_.setGeometry(toQt(places.view));
+  if (showsEnd) position.setValue(position.maximum());
 }
 
 void MonitorWindow::onNews() {

@@ -21,13 +21,13 @@ bool News::notifyNewRecords() noexcept {
 
 News::Waiting News::take() noexcept {
   std::uint64_t count = 0;
-  static_cast<void>(::read(descriptor_, &count, sizeof(count)));
+  [[maybe_unused]] const auto taken = ::read(descriptor_, &count, sizeof(count));
   return {.lines = lines_.exchange(false), .records = records_.exchange(false)};
 }
 
 void News::wake() const noexcept {
   const std::uint64_t one = 1;
-  static_cast<void>(::write(descriptor_, &one, sizeof(one)));
+  [[maybe_unused]] const auto written = ::write(descriptor_, &one, sizeof(one));
 }
 
 }  // namespace quillgate

@@ -61,6 +61,7 @@ RuleEditor::Row RuleEditor::createRow(std::size_t rule) {
   row.enabled->setGeometry(toQt(places.enabled));
   row.enabled->setStyle(checkBoxStyle_);
   row.enabled->setAccessibleName(name(0));
+  paintWhite(*row.enabled);
   row.protocol = new ChoiceList(name(1), content());
   row.protocol->setGeometry(toQt(places.protocol));
   for (const wchar_t* protocol : kProtocolNames) row.protocol->addItem(toQt(protocol));

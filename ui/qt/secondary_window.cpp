@@ -9,6 +9,15 @@
 namespace quillgate {
 namespace {
 
+// With these colours, controls that take no input look as those that do. Themes may make their
+// texts so pale that nobody can read them.
+QPalette readableWhenDisabled(QPalette palette) {
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    palette.setBrush(QPalette::Disabled, role, palette.brush(QPalette::Active, role));
+  }
+  return palette;
+}
+
 // Qt's name for the kind of an X11 window, and its number for an ordinary one.
 constexpr const char* kX11WindowType = "_q_xcb_wm_window_type";
 constexpr int kNormalX11Window = 1;
@@ -36,19 +45,20 @@ void SecondaryWindow::belongToMainWindow() {
 }
 
 void SecondaryWindow::bringToFront() {
-  setWindowState(windowState() & ~Qt::WindowMinimized);
-  show();
+  showNormal();
   raise();
   activateWindow();
 }
 
 void SecondaryWindow::block(QDialog* dialog) {
   dialog_ = dialog;
+  content_->setPalette(readableWhenDisabled(palette()));
   content_->setEnabled(false);
   connect(dialog, &QDialog::finished, this, [this, dialog] {
     if (dialog_ != dialog) return;  // the next one is open
     dialog_ = nullptr;
     content_->setEnabled(true);
+    content_->setPalette({});
   });
 }
 

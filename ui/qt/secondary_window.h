@@ -13,7 +13,7 @@ namespace quillgate {
 // deletes itself when it is closed. A dialog of its own blocks it, and no other window.
 class SecondaryWindow : public QWidget {
  public:
-  // Restores the window if it is minimised and brings it to the front.
+  // Restores the window if it is minimised or maximised and brings it to the front.
   void bringToFront();
 
   // While a dialog is open, the controls take no input and the window cannot be closed.

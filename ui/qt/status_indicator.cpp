@@ -23,10 +23,11 @@ void StatusIndicator::paintEvent(QPaintEvent*) {
   const Circle circle = indicatorCircle(fromQt(size()));
   const Rgb color = indicatorColor(server_.isRunning());
   QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
+  // On a screen with one pixel for each of ours, smoothing would make a dark grey of the outline.
+  painter.setRenderHint(QPainter::Antialiasing, devicePixelRatioF() > 1);
   painter.setPen(QPen(Qt::black, 1));
   painter.setBrush(QColor(color.red, color.green, color.blue));
-  // The middle of the outline, which is one pixel wide.
+  // The middle of the outline.
   painter.drawEllipse(
       QRectF(circle.x + 0.5, circle.y + 0.5, circle.diameter - 1, circle.diameter - 1));
 }
