@@ -7,11 +7,17 @@ target_compile_options(quillgate_settings INTERFACE
                        $<$<AND:$<COMPILE_LANGUAGE:C,CXX>,$<NOT:$<CONFIG:Debug>>>:-g1>)
 target_link_options(quillgate_settings INTERFACE -fstack-protector-strong)
 
+# What the file says of itself follows the version of the project.
+set(resources ${CMAKE_CURRENT_BINARY_DIR}/resources)
+set(icons ${PROJECT_SOURCE_DIR}/packaging/icons)
+configure_file(ui/win32/app.rc.in ${resources}/app.rc @ONLY)
+configure_file(ui/win32/app.manifest.in ${resources}/app.manifest @ONLY)
+set_source_files_properties(${resources}/app.rc PROPERTIES
+                            OBJECT_DEPENDS "${resources}/app.manifest;${icons}/quillgate.ico"
+                            INCLUDE_DIRECTORIES "${resources};${icons}")
+
 quillgate_sources(sources ui/win32)
-add_executable(quillgate WIN32 ${sources} ui/win32/app.rc ui/win32/app.manifest)
-set_source_files_properties(ui/win32/app.rc PROPERTIES
-                            OBJECT_DEPENDS ${PROJECT_SOURCE_DIR}/ui/win32/app.manifest
-                            INCLUDE_DIRECTORIES ${PROJECT_SOURCE_DIR}/ui/win32)
+add_executable(quillgate WIN32 ${sources} ${resources}/app.rc)
 target_link_libraries(quillgate PRIVATE quillgate_ui comctl32 comdlg32 gdi32 user32)
 # Loaded anywhere above 4 GiB, nothing executable that is writable.
 target_link_options(quillgate PRIVATE -municode
