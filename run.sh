@@ -1,21 +1,40 @@
 #!/bin/bash
-# Builds Quillgate and starts it: ./run.sh
+# Builds Quillgate and starts it: ./run.sh [windows]
 #
-# Installs the packages that are missing, builds the program and runs it under wine, in the prefix
-# build/wine. Returns once the main window is up; the program goes on by itself. Where there is no
-# display, it gets a virtual one that ends with it.
+# Installs the packages that are missing, builds the program for Linux and runs it; with "windows", the
+# one for Windows, which runs under wine. Returns once the main window is up; the program goes on by
+# itself. Where there is no display, it gets a virtual one that ends with it.
 set -euo pipefail
 cd "$(dirname "$0")"
 source cmake/packages.sh
+source cmake/virtual_display.sh
 
 title='Quillgate PRO v1.1'
 maxStartSeconds=60
-screenshot=$PWD/build/screenshot.png
-# The prefix also holds what is known about the run whose supervisor has its lock.
-export WINEPREFIX=$PWD/build/wine
-pidFile=$WINEPREFIX/pid
-displayFile=$WINEPREFIX/display
-outputLog=$WINEPREFIX/output.log
+# The folder $state holds what is known about the run whose supervisor has its lock, and the wine
+# prefix.
+case $* in
+  '')
+    preset=linux
+    packages=("${linuxPackages[@]}")
+    state=$PWD/build/run
+    ;;
+  windows)
+    preset=windows
+    packages=("${windowsPackages[@]}")
+    state=$PWD/build/wine
+    export WINEPREFIX=$state
+    ;;
+  *)
+    echo 'usage: ./run.sh [windows]' >&2
+    exit 2
+    ;;
+esac
+pidFile=$state/pid
+displayFile=$state/display
+dataFile=$state/data
+outputLog=$state/output.log
+screenshot=$state/screenshot.png
 
 step() { echo "== $*"; }
 
@@ -30,38 +49,91 @@ quietly() {
 }
 
 build() {
-  if [[ ! -e build/windows/build.ninja ]]; then cmake --preset windows; fi &&
-    cmake --build --preset windows --target quillgate
+  if [[ ! -e build/$preset/build.ninja ]]; then cmake --preset "$preset"; fi &&
+    cmake --build --preset "$preset" --target quillgate
 }
 
-# Prints the program's data folder, once it has made it.
-dataFolder() { compgen -G "$WINEPREFIX/drive_c/users/*/AppData/Local/Quillgate" | head -n 1 || true; }
+# Finds out where windows can be shown: on a display of X11, on one of Wayland, or on a virtual one.
+findScreen() {
+  if timeout 5 xdotool getdisplaygeometry &>/dev/null; then
+    screen=x11
+  elif [[ $preset == linux && -S ${XDG_RUNTIME_DIR-}/${WAYLAND_DISPLAY-} ]]; then
+    screen=wayland
+  else
+    screen=virtual
+  fi
+}
 
-# Runs the program to its end, on a virtual display if $1 is "virtual".
+prepareLinux() {
+  local folder
+  for folder in "${XDG_DATA_HOME-}" "${HOME:+$HOME/.local/share}" "$PWD"; do
+    if [[ $folder == /* ]]; then break; fi
+  done
+  echo "${folder%/}/Quillgate" >"$dataFile"
+
+  program=(build/linux/quillgate)
+  export QT_QPA_PLATFORM=xcb
+  if [[ $screen == wayland ]]; then QT_QPA_PLATFORM=wayland; fi
+}
+
+prepareWindows() {
+  local windows=$managedWindows
+  if [[ $screen == virtual ]]; then windows=$unmanagedWindows; fi
+  step 'Preparing wine in build/wine'
+  endSession  # of a supervisor that was ended by force
+  prepareWinePrefix "$windows"
+  program=("$wine" build/windows/quillgate.exe)
+}
+
+# Prints the program's data folder; under wine, once it has made it.
+dataFolder() {
+  if [[ $preset == linux ]]; then
+    cat "$dataFile"
+  else
+    compgen -G "$WINEPREFIX/drive_c/users/*/AppData/Local/Quillgate" | head -n 1 || true
+  fi
+}
+
+# Runs the program to its end. What it has started ends with it.
 supervise() {
-  if [[ $1 == virtual ]]; then startVirtualDisplay; fi
-  "$wine" build/windows/quillgate.exe &
+  if [[ $screen == virtual ]]; then
+    startVirtualDisplay "$state"
+    # Wine frames windows itself.
+    if [[ $preset == linux ]]; then startWindowManager "$state"; fi
+  fi
+  setpriv --pdeathsig TERM "${program[@]}" &
   echo $! >"$pidFile"
   local code=0
   wait $! || code=$?
   echo "The program ended with $code."
   rm "$pidFile"
-  endSession
+  if [[ $preset == windows ]]; then endSession; fi
 }
 
-# Waits until the supervisor has the program going and its main window is up; stores the id of the
-# window in $window.
+endRun() {
+  kill "$supervisor" 2>/dev/null || true
+  if [[ $preset == windows ]]; then endSession; fi
+}
+
+# Finds the main window and stores its id in $window.
+findWindow() {
+  # Nobody may look for windows on Wayland. Who writes to the log has reached the display.
+  if [[ $screen == wayland ]]; then
+    [[ $(dataFolder)/MonitorServer.log -nt $pidFile ]]
+    return
+  fi
+  if [[ -e $displayFile ]]; then
+    DISPLAY=:$(<"$displayFile")
+    export DISPLAY
+  fi
+  window=$(xdotool search --all --onlyvisible --pid "$(<"$pidFile")" --name "^$title\$" 2>/dev/null)
+}
+
+# Waits until the supervisor has the program going and its main window is up.
 waitForWindow() {
-  local supervisor=$1 deadline=$((SECONDS + maxStartSeconds))
+  local deadline=$((SECONDS + maxStartSeconds))
   while kill -0 "$supervisor" 2>/dev/null && ((SECONDS < deadline)); do
-    if [[ -s $pidFile ]]; then
-      if [[ -e $displayFile ]]; then
-        DISPLAY=:$(<"$displayFile")
-        export DISPLAY
-      fi
-      if window=$(xdotool search --all --onlyvisible --pid "$(<"$pidFile")" --name "^$title\$" \
-        2>/dev/null); then return; fi
-    fi
+    if [[ -s $pidFile ]] && findWindow; then return; fi
     sleep 0.1
   done
   return 1
@@ -72,7 +144,7 @@ takeScreenshot() {
   local before after=none
   for _ in {1..20}; do
     before=$after
-    import -silent -window "$window" "$screenshot"
+    import -silent -frame -window "$window" "$screenshot"
     after=$(cksum <"$screenshot")
     if [[ $after == "$before" ]]; then return; fi
     sleep 0.2
@@ -97,7 +169,7 @@ report() {
 reportFailure() {
   local log
   log=$(dataFolder)/MonitorServer.log
-  echo "The main window did not come up within $maxStartSeconds seconds. What the program printed:"
+  echo "The main window did not come up. What the program printed:"
   cat "$outputLog"
   if [[ -e $log ]]; then
     echo "The end of its log, $log:"
@@ -105,8 +177,8 @@ reportFailure() {
   fi
 } >&2
 
-mkdir -p "$WINEPREFIX"
-exec 9>"$WINEPREFIX/lock"
+mkdir -p "$state"
+exec 9>"$state/lock"
 if ! flock --nonblock 9; then
   if [[ -s $pidFile ]]; then
     echo "$title is running already."
@@ -121,28 +193,28 @@ if ! flock --nonblock 9; then
 fi
 rm -f "$pidFile" "$displayFile"
 
-ensurePackages "${programPackages[@]}"
-step 'Building the program (details in build/build.log)'
-quietly build/build.log build
+ensurePackages "${commonPackages[@]}" "${packages[@]}"
+step "Building the program (details in ${state#"$PWD/"}/build.log)"
+quietly "$state/build.log" build
 
-source cmake/wine_prefix.sh
-if timeout 5 xdotool getdisplaygeometry &>/dev/null; then
-  display=real windows=$managedWindows
+findScreen
+if [[ $preset == linux ]]; then
+  prepareLinux
 else
-  display=virtual windows=$unmanagedWindows
+  source cmake/wine_prefix.sh
+  prepareWindows
 fi
-step "Preparing wine in build/wine"
-endSession  # of a supervisor that was ended by force
-prepareWinePrefix "$windows"
 
-step "Starting the program on a $display display"
-trap 'endSession; exit 130' INT TERM
-(supervise "$display" 9>&-) </dev/null &>"$outputLog" &
-if ! waitForWindow $!; then
+step "Starting the program ($screen display)"
+supervisor=
+trap 'endRun; exit 130' INT TERM
+(supervise 9>&-) </dev/null &>"$outputLog" &
+supervisor=$!
+if ! waitForWindow; then
   reportFailure
-  endSession
+  endRun
   exit 1
 fi
-if [[ $display == virtual ]]; then takeScreenshot; fi
+if [[ $screen == virtual ]]; then takeScreenshot; fi
 echo "$title is running."
 report

@@ -1,37 +1,70 @@
 # shellcheck shell=bash
 # Debian's packages that the scripts need, each with its reason, and how to get them. Sourced.
 
-# To build the program and to run it.
-# shellcheck disable=SC2034
-programPackages=(
-  'cmake: describes the build'
-  'ninja-build: carries the build out'
-  'g++-mingw-w64-x86-64-posix: compiles for Windows'
-  'wine64: runs Windows programs'
-  'xvfb: a display where there is none'
-  'xdotool: finds the window'
-  'imagemagick: takes the screenshot'
-  'fonts-open-sans: stands in for Segoe UI'
-  'fonts-wine: the signs on the buttons of title bars'
-)
+# shellcheck disable=SC2034  # those who source this choose
+{
+  # To build and run any of the programs.
+  commonPackages=(
+    'cmake: describes the build'
+    'ninja-build: carries the build out'
+    'xvfb: a display where there is none'
+    'xdotool: finds the window'
+    'imagemagick: takes the screenshot'
+  )
 
-# To test it as well.
-# shellcheck disable=SC2034
-testPackages=(
-  'git: names the files that are ours'
-  'g++: compiles the engine for Linux'
-  'clang: compiles it for the sanitizers'
-  'libclang-rt-14-dev: the sanitizers'
-  'llvm-14: names the lines in what sanitizers report'
-  'libxml2-dev: the XML library on Linux'
-  'qt6-base-dev: the windows on Linux'
-  'googletest: the test framework, as sources'
-  'gcovr: adds up the covered lines'
-  'valgrind: checks the use of memory'
-  'clang-format: checks the form of the sources'
-  'clang-tidy: checks the sources'
-  'shellcheck: checks the scripts'
-)
+  # The program for Linux.
+  linuxPackages=(
+    'g++: compiles for Linux'
+    'libxml2-dev: the XML library'
+    'qt6-base-dev: the windows, with all that shows them on X11'
+    'qt6-wayland: shows them on Wayland'
+    'openbox: the window manager of a virtual display'
+  )
+
+  # The program for Windows.
+  windowsPackages=(
+    'g++-mingw-w64-x86-64-posix: compiles for Windows'
+    'wine64: runs Windows programs'
+    'fonts-open-sans: stands in for Segoe UI'
+    'fonts-wine: the signs on the buttons of title bars'
+  )
+
+  # To test a program.
+  testPackages=(
+    'git: names the files that are ours'
+    'googletest: the test framework, as sources'
+    'clang-format: checks the form of the sources'
+    'shellcheck: checks the scripts'
+    'desktop-file-utils: checks the entry of the menu'
+    'appstream: checks what software centres show'
+    'groff-base: checks the manual page'
+    'libatspi2.0-dev: drives the windows on Linux'
+    'at-spi2-core: the service for screen readers'
+    'dbus: the bus of a session, which that service is on'
+    'libx11-dev: windows as the display knows them'
+    'libxtst-dev: mouse and keyboard'
+  )
+
+  # To look closer at what is tested.
+  analysisPackages=(
+    'clang: compiles it for the sanitizers'
+    'libclang-rt-14-dev: the sanitizers'
+    'llvm-14: names the lines in what sanitizers report'
+    'clang-tidy: checks the sources'
+    'gcovr: adds up the covered lines'
+    'valgrind: checks the use of memory'
+  )
+
+  # To make a release.
+  releasePackages=(
+    'librsvg2-bin: renders the icon'
+    'icoutils: puts its sizes into one file for Windows'
+    'git: names the files that are released'
+    'dpkg-dev: makes the Debian package'
+    'debhelper: knows how'
+    'lintian: checks it'
+  )
+}
 
 # Installs those of the packages "name: reason" that are not there yet. Detailed output goes to
 # build/packages.log.

@@ -10,6 +10,7 @@ set -euo pipefail
 WINEPREFIX=$(realpath "$(dirname "$0")/..")/build/wine-test
 export WINEPREFIX
 mkdir -p "$WINEPREFIX"
+source "$(dirname "$0")/virtual_display.sh"
 source "$(dirname "$0")/wine_prefix.sh"
 
 # The debugger writes what it finds about a crash into a file.
@@ -25,7 +26,7 @@ runInSession() {
   trap endSession EXIT
   trap 'exit 130' INT TERM HUP
 
-  startVirtualDisplay
+  startVirtualDisplay "$WINEPREFIX"
   prepareWinePrefix "$crashSettings$unmanagedWindows"
   runDetached wineboot
   rm -f "$crashes"

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What the scripts that run Windows programs share: the prefix in the folder $WINEPREFIX and virtual
-# displays. Sourced when wine is installed and the folder stands.
+# What the scripts that run Windows programs share: the prefix in the folder $WINEPREFIX. Sourced when
+# wine is installed and the folder stands.
 
 # Prints the first of these programs that is installed.
 firstProgram() {
@@ -74,24 +74,4 @@ prepareWinePrefix() {
   runDetached regedit /S "$applied.new"
   "$wineserver" --wait
   mv "$applied.new" "$applied"
-}
-
-# Starts a display without a screen that ends with this process, and points DISPLAY at it. Its
-# number is in $WINEPREFIX/display.
-startVirtualDisplay() {
-  local display=$WINEPREFIX/display log=$WINEPREFIX/xvfb.log
-  rm -f "$display"
-  setpriv --pdeathsig TERM Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset \
-    </dev/null >"$display" 2>"$log" &
-  local server=$!
-  until [[ -s $display ]]; do
-    if ! kill -0 "$server" 2>/dev/null; then
-      cat "$log" >&2
-      echo 'The virtual display did not start.' >&2
-      return 1
-    fi
-    sleep 0.05
-  done
-  DISPLAY=:$(<"$display")
-  export DISPLAY
 }
