@@ -61,7 +61,7 @@ ourFiles() { git ls-files -z --cached --others --exclude-standard -- "$@"; }
 
 checkForm() { ourFiles '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror; }
 
-checkScripts() { ourFiles '*.sh' .ci/run tests/layering_test | xargs -0 shellcheck; }
+checkScripts() { ourFiles '*.sh' .ci/run 'tests/*_test' | xargs -0 shellcheck; }
 
 buildPreset() { cmake --preset "$1" && cmake --build --preset "$1"; }
 

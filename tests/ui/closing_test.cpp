@@ -18,19 +18,17 @@ class Closing : public EditorTest {
     startWith(rules);
     ASSERT_TRUE(files.waitForLog(L"[TCP] Listening on local port " + std::to_wstring(port_) +
                                  L" -> 127.0.0.1:" + std::to_wstring(localPort(target_))));
-    type(0, IDC_RULE_TARGET_IP, L"not.saved");
-    sendCommand(mainWindow, IDC_OPEN_MONITOR);
-    monitor = program->waitForWindow(L"QuillgateMonWnd");
-    ASSERT_NE(monitor, nullptr);
-    send(GetDlgItem(monitor, IDC_MON_FILTER), CB_SETCURSEL, 1);
-    sendCommand(monitor, IDC_MON_FILTER, CBN_SELCHANGE);
+    type(0, Field::targetIp, L"not.saved");
+    monitor = open(L"Monitor");
+    ASSERT_TRUE(monitor.isThere());
+    monitor.control(L"Filter").choose(1);
     traffic_ = std::make_unique<Traffic>(target_, port_, 10);
     ASSERT_TRUE(traffic_->waitForRounds(1));
     config_ = config();
   }
 
   void TearDown() override {
-    EXPECT_EQ(program->close(), 0U);
+    EXPECT_EQ(program->close(), 0);
     EXPECT_EQ(files.countInLog(L"Server stopped."), 1U);
     EXPECT_EQ(config(), config_);
     EXPECT_TRUE(contentOf(existingFile) == "no rules");
@@ -39,7 +37,7 @@ class Closing : public EditorTest {
   }
 
   std::wstring existingFile = exports.file(L"existing.txt");
-  HWND monitor = nullptr;
+  Window monitor;
 
  private:
   platform::Socket target_ = listenOnLoopback();
@@ -49,31 +47,31 @@ class Closing : public EditorTest {
 };
 
 TEST_F(Closing, EndsTheSaveDialogOfTheMonitor) {
-  ASSERT_NE(openDialog(*program, monitor, IDC_MON_SAVE, L"Save As"), nullptr);
+  ASSERT_TRUE(openDialog(monitor, L"Save TXT", L"Save As").isThere());
 }
 
 TEST_F(Closing, EndsTheSaveDialogOfTheEditor) {
-  ASSERT_NE(dialogBehind(IDC_CFG_EXPORT, L"Save As"), nullptr);
+  ASSERT_TRUE(openDialog(editor, L"Export XML", L"Save As").isThere());
 }
 
 TEST_F(Closing, EndsTheOpenDialogOfTheEditor) {
-  ASSERT_NE(dialogBehind(IDC_CFG_IMPORT, L"Open"), nullptr);
+  ASSERT_TRUE(openDialog(editor, L"Import XML", L"Open").isThere());
 }
 
 TEST_F(Closing, EndsADialogThatAsksWhetherToReplaceAFile) {
-  const HWND dialog = openDialog(*program, monitor, IDC_MON_SAVE, L"Save As");
+  const Window dialog = openDialog(monitor, L"Save TXT", L"Save As");
   confirmName(dialog, existingFile);
-  ASSERT_NE(waitForDialog(*program, dialog), nullptr);
+  ASSERT_TRUE(waitForDialog(dialog).isThere());
 }
 
 TEST_F(Closing, EndsAnErrorBox) {
-  confirmName(dialogBehind(IDC_CFG_IMPORT, L"Open"), existingFile);
-  ASSERT_NE(waitForDialog(*program, editor, L"Error"), nullptr);
+  confirmName(openDialog(editor, L"Import XML", L"Open"), existingFile);
+  ASSERT_TRUE(waitForDialog(editor, L"Error").isThere());
 }
 
 TEST_F(Closing, EndsTheDialogsOfTwoWindows) {
-  ASSERT_NE(dialogBehind(IDC_CFG_IMPORT, L"Open"), nullptr);
-  ASSERT_NE(openDialog(*program, monitor, IDC_MON_SAVE, L"Save As"), nullptr);
+  ASSERT_TRUE(openDialog(editor, L"Import XML", L"Open").isThere());
+  ASSERT_TRUE(openDialog(monitor, L"Save TXT", L"Save As").isThere());
 }
 
 }  // namespace

@@ -1,42 +1,42 @@
-// The system's file dialogs and message boxes that the program shows, as a test answers them.
+// The file dialogs and message boxes that the program shows, as a test answers them.
 #pragma once
-
-#include <windows.h>
 
 #include <string>
 #include <vector>
 
-#include "tests/ui/program.h"
+#include "tests/ui/driver.h"
 
 namespace quillgate::test {
 
-// Waits for a dialog owned by `owner`, with this title unless it is empty; null when none comes.
-[[nodiscard]] HWND waitForDialog(const Program& program, HWND owner,
-                                 const std::wstring& title = L"");
+// Waits for a dialog that belongs to `owner`, with this title unless it is empty; none when none
+// comes.
+[[nodiscard]] Window waitForDialog(const Window& owner, const std::wstring& title = L"");
 
-// Presses a button of `window` that shows a dialog with this title; null when none comes.
-[[nodiscard]] HWND openDialog(const Program& program, HWND window, int button,
-                              const std::wstring& title);
+// Presses a button of `window` that shows a dialog with this title; none when none comes.
+[[nodiscard]] Window openDialog(const Window& window, const std::wstring& button,
+                                const std::wstring& title);
 
 // Waits until no dialog blocks the window any more and what the dialog was for is done.
-[[nodiscard]] bool isEnabledAgain(HWND window);
+[[nodiscard]] bool isUsableAgain(const Window& window);
 
 // Waits until the dialog is gone.
-[[nodiscard]] bool waitUntilClosed(HWND dialog);
+[[nodiscard]] bool waitUntilClosed(const Window& dialog);
 
-// The text of a message box.
-[[nodiscard]] std::wstring messageOf(HWND box);
+enum class Answer { accept, cancel, yes, no };
 
-// Whether a message box has an error icon and one button, to accept it.
-[[nodiscard]] bool hasErrorIconAndOneButton(HWND box);
+// The button of a dialog, and pressing it. "Accept" is OK, Save or Open.
+[[nodiscard]] Control buttonOf(const Window& dialog, Answer answer);
+void press(const Window& dialog, Answer answer);
 
-// Presses the button of a dialog.
-void press(HWND dialog, int button);
+// The text of a message box, and whether it has an error icon and one button, to accept it.
+[[nodiscard]] std::wstring messageOf(const Window& box);
+[[nodiscard]] bool hasErrorIconAndOneButton(const Window& box);
 
-// A file dialog: what stands in its name field; the types it offers, with "> " before the selected
-// one; typing a name and confirming it.
-[[nodiscard]] std::wstring nameIn(HWND fileDialog);
-[[nodiscard]] std::vector<std::wstring> typesIn(HWND fileDialog);
-void confirmName(HWND fileDialog, const std::wstring& name);
+// A file dialog: its name field and what stands in it; the types it offers, with "> " before the
+// selected one; typing a name and confirming it.
+[[nodiscard]] Control nameField(const Window& fileDialog);
+[[nodiscard]] std::wstring nameIn(const Window& fileDialog);
+[[nodiscard]] std::vector<std::wstring> typesIn(const Window& fileDialog);
+void confirmName(const Window& fileDialog, const std::wstring& name);
 
 }  // namespace quillgate::test

@@ -3,15 +3,18 @@
 
 #include "tests/ui/dialogs.h"
 #include "tests/ui/ui_test.h"
+#include "ui/rule_grid.h"
 
 namespace quillgate::test {
 
 class EditorTest : public UiTest {
  protected:
+  // The fields of a row, in the order of their names.
+  enum class Field { enabled, proto, localPort, targetIp, targetPort };
+
   void openEditor() {
-    sendCommand(mainWindow, IDC_OPEN_CONFIG);
-    editor = program->waitForWindow(L"QuillgateCfgWnd");
-    ASSERT_NE(editor, nullptr);
+    editor = open(L"Config");
+    ASSERT_TRUE(editor.isThere());
   }
   void startWith(const RuleSet& rules) {
     files.writeConfig(configBytes(rules));
@@ -21,49 +24,47 @@ class EditorTest : public UiTest {
   }
   void startStopped() {
     start();
-    sendCommand(mainWindow, IDC_START_STOP);
+    startStop().press();
     openEditor();
   }
+  void pressButton(const std::wstring& button) const { editor.control(button).press(); }
 
-  [[nodiscard]] HWND control(int rule, int firstRowId) const {
-    return GetDlgItem(editor, firstRowId + 10 * rule);
+  [[nodiscard]] Control control(std::size_t rule, Field field) const {
+    return editor.control(accessibleName(rule, static_cast<std::size_t>(field)));
   }
-  void type(int rule, int firstRowId, const std::wstring& text) const {
-    send(control(rule, firstRowId), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
+  void type(std::size_t rule, Field field, const std::wstring& text) const {
+    control(rule, field).setText(text);
   }
   // Fills a row as a user would, its check box apart.
-  void fillRow(int rule, const std::wstring& proto, const std::wstring& localPort,
+  void fillRow(std::size_t rule, const std::wstring& proto, const std::wstring& localPort,
                const std::wstring& targetIp, const std::wstring& targetPort) const {
-    send(control(rule, IDC_RULE_PROTO), CB_SETCURSEL, proto == L"UDP");
-    type(rule, IDC_RULE_LOCAL_PORT, localPort);
-    type(rule, IDC_RULE_TARGET_IP, targetIp);
-    type(rule, IDC_RULE_TARGET_PORT, targetPort);
+    control(rule, Field::proto).choose(proto == L"UDP" ? 1 : 0);
+    type(rule, Field::localPort, localPort);
+    type(rule, Field::targetIp, targetIp);
+    type(rule, Field::targetPort, targetPort);
   }
   // What a row shows: on or off, protocol, local port, target, target port.
-  [[nodiscard]] std::vector<std::wstring> row(int rule) const {
-    const bool on = send(control(rule, IDC_RULE_ENABLED), BM_GETCHECK) == BST_CHECKED;
-    return {on ? L"on" : L"off", textOf(control(rule, IDC_RULE_PROTO)),
-            textOf(control(rule, IDC_RULE_LOCAL_PORT)), textOf(control(rule, IDC_RULE_TARGET_IP)),
-            textOf(control(rule, IDC_RULE_TARGET_PORT))};
+  [[nodiscard]] std::vector<std::wstring> row(std::size_t rule) const {
+    const bool on = control(rule, Field::enabled).isChecked();
+    return {on ? L"on" : L"off", control(rule, Field::proto).text(),
+            control(rule, Field::localPort).text(), control(rule, Field::targetIp).text(),
+            control(rule, Field::targetPort).text()};
   }
 
-  [[nodiscard]] HWND dialogBehind(int button, const std::wstring& title) const {
-    return openDialog(*program, editor, button, title);
-  }
   void exportTo(const std::wstring& path) const {
-    confirmName(dialogBehind(IDC_CFG_EXPORT, L"Save As"), path);
-    ASSERT_TRUE(isEnabledAgain(editor));
+    confirmName(openDialog(editor, L"Export XML", L"Save As"), path);
+    ASSERT_TRUE(isUsableAgain(editor));
   }
   void importFrom(const std::wstring& path) const {
-    confirmName(dialogBehind(IDC_CFG_IMPORT, L"Open"), path);
-    ASSERT_TRUE(isEnabledAgain(editor));
+    confirmName(openDialog(editor, L"Import XML", L"Open"), path);
+    ASSERT_TRUE(isUsableAgain(editor));
   }
 
   [[nodiscard]] std::string config() const { return contentOf(files.configPath).value_or(""); }
-  [[nodiscard]] bool editorIsOpen() const { return !program->windows(L"QuillgateCfgWnd").empty(); }
+  [[nodiscard]] bool editorIsOpen() const { return !program->windows(L"Config").empty(); }
 
   TempFolder exports;
-  HWND editor = nullptr;
+  Window editor;
 };
 
 inline RuleSet someRules() {

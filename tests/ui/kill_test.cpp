@@ -1,13 +1,13 @@
 // The program killed while it saves rules, forwards and logs; and what the next start finds.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <random>
 #include <thread>
 
 #include "core/time_stamp.h"
 #include "tests/support/test_sockets.h"
-#include "tests/ui/ui_test.h"
+#include "tests/ui/client_flood.h"
+#include "tests/ui/editor_test.h"
 
 namespace quillgate::test {
 namespace {
@@ -15,38 +15,26 @@ namespace {
 using platform::Socket;
 using platform::Transport;
 
-class KilledProgram : public UiTest {
+class KilledProgram : public EditorTest {
  protected:
   // Opens the editor, changes the target's port of rule 10, which is off, and saves. The program
   // may end meanwhile.
-  void save(const wchar_t* targetPort) const {
-    PostMessageW(mainWindow, WM_COMMAND, IDC_OPEN_CONFIG, 0);
-    const HWND window = program->waitForWindow(L"QuillgateCfgWnd");
-    SendMessageW(GetDlgItem(window, IDC_RULE_TARGET_PORT + 90), WM_SETTEXT, 0,
-                 reinterpret_cast<LPARAM>(targetPort));
-    SendMessageW(window, WM_COMMAND, IDC_CFG_SAVE, 0);
+  void save(const wchar_t* targetPort) {
+    editor = open(L"Config");
+    type(9, Field::targetPort, targetPort);
+    pressButton(L"Save");
   }
 
   // Saves now one, now the other version of the rules, lets clients take turns, each of whom is a
   // line in the log, and kills the program after that time in the middle of it.
-  void killAtWorkAfter(std::chrono::milliseconds time) const {
-    std::atomic<bool> isOver = false;
-    std::thread user([&] {
-      for (int i = 0; !isOver; ++i) save(i % 2 == 0 ? L"1" : L"2");
+  void killAtWorkAfter(std::chrono::milliseconds time, int firstVersion) {
+    const ClientFlood clients(port, 2000);
+    std::thread killer([&] {
+      std::this_thread::sleep_for(time);
+      program->kill();
     });
-    std::thread clients([&] {
-      const Socket one = udpOnLoopback();
-      const Socket other = udpOnLoopback();
-      while (!isOver) {
-        static_cast<void>(sendDatagramTo(one, port, "data"));
-        static_cast<void>(sendDatagramTo(other, port, "data"));
-      }
-    });
-    std::this_thread::sleep_for(time);
-    program->kill();
-    isOver = true;
-    user.join();
-    clients.join();
+    for (int i = firstVersion; !program->hasEnded(); ++i) save(i % 2 == 0 ? L"1" : L"2");
+    killer.join();
   }
 
   // Every line that has an end has a beginning; after the last end there may be one that was cut.
@@ -72,19 +60,24 @@ TEST_F(KilledProgram, LeavesWholeRulesAndWholeLinesAndStartsAgain) {
   start();
   save(L"1");
   const std::string one = contentOf(files.configPath).value();
+  const auto begin = std::chrono::steady_clock::now();
   save(L"2");
+  const auto saveTime = std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::steady_clock::now() - begin);
   const std::string other = contentOf(files.configPath).value();
   ASSERT_NE(one, other);
 
   std::mt19937 random(std::random_device{}());
+  // Between the middle of the first save and that of the second one, or of a later one.
+  const auto range = static_cast<unsigned>(std::max<std::int64_t>(300, saveTime.count()));
   for (int kill = 1; kill <= kKills; ++kill) {
-    killAtWorkAfter(std::chrono::milliseconds(random() % 300));
+    killAtWorkAfter(saveTime / 2 + std::chrono::milliseconds(random() % range), kill);
     const auto left = contentOf(files.configPath);
     EXPECT_TRUE(left == one || left == other) << left.value_or("no file");
     expectWholeLines();
 
     start();
-    EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
+    EXPECT_EQ(startStop().text(), L"Stop server");
     EXPECT_EQ(files.countInLog(L"Loaded XML successfully: " + files.configPath),
               static_cast<std::size_t>(kill) + 1);
   }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "tests/support/test_sockets.h"
 #include "tests/ui/ui_test.h"
 
 namespace quillgate::test {
@@ -11,34 +12,48 @@ inline constexpr std::size_t kMaxLines = 500;
 
 class LogTest : public UiTest {
  protected:
+  // Starts with a rule for UDP that has a line in the log for each client.
+  void startWithClients() {
+    RuleSet rules;
+    rules[0] = {true, Protocol::udp, port_, L"127.0.0.1", localPort(target_)};
+    files.writeConfig(configBytes(rules));
+    start();
+    ASSERT_TRUE(files.waitForLog(L"[UDP] Listening on local port " + std::to_wstring(port_) +
+                                 L" -> 127.0.0.1:" + std::to_wstring(localPort(target_))));
+  }
+  // Where the rule listens.
+  [[nodiscard]] std::uint16_t udpPort() const { return port_; }
+  // Lets two clients take turns until this many lines more are in the log.
+  void logLines(std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      ASSERT_TRUE(sendDatagramTo(clients_[turn_++ % 2], port_, "data"));
+      ASSERT_TRUE(receiveNextDatagram(target_));
+    }
+  }
+
   void openLog() {
-    click(mainControl(IDC_OPEN_LOG));
-    window = program->waitForWindow(L"QuillgateLogWnd");
-    ASSERT_NE(window, nullptr);
-    list = GetDlgItem(window, IDC_LOG_LIST);
-    ASSERT_NE(list, nullptr);
-    send(window, WM_NULL);
-  }
-
-  // Each press of the start/stop button logs two lines.
-  void pressStartStop(int times) {
-    for (int i = 0; i < times; ++i) sendCommand(mainWindow, IDC_START_STOP);
-  }
-
-  [[nodiscard]] LRESULT lineCount() const { return send(list, LB_GETCOUNT); }
-  [[nodiscard]] LRESULT topLine() const { return send(list, LB_GETTOPINDEX); }
-
-  // The top line of a list that shows its end.
-  [[nodiscard]] LRESULT lastTopLine() const {
-    return lineCount() - clientSize(list).height / send(list, LB_GETITEMHEIGHT);
+    window = open(L"Log");
+    ASSERT_TRUE(window.isThere());
+    list = window.control(L"Log lines");
+    ASSERT_TRUE(list.isThere());
   }
 
   [[nodiscard]] bool listShows(const std::vector<std::wstring>& lines) const {
-    return eventually([&] { return linesOf(list) == lines; });
+    return eventually([&] { return list.entries() == lines; });
+  }
+  // Whether the last line is in sight.
+  [[nodiscard]] bool showsItsEnd() const {
+    return list.firstLineInSight() + list.linesInSight() == static_cast<int>(list.lineCount());
   }
 
-  HWND window = nullptr;
-  HWND list = nullptr;
+  Window window;
+  Control list;
+
+ private:
+  platform::Socket target_ = udpOnLoopback();
+  platform::Socket clients_[2] = {udpOnLoopback(), udpOnLoopback()};
+  std::uint16_t port_ = freePort(platform::Transport::udp);
+  std::size_t turn_ = 0;
 };
 
 // The last `count` of the lines, or all.

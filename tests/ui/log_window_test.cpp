@@ -3,6 +3,7 @@
 
 #include "core/event_log.h"
 #include "core/time_stamp.h"
+#include "tests/ui/client_flood.h"
 #include "tests/ui/log_test.h"
 
 namespace quillgate::test {
@@ -12,44 +13,18 @@ using testing::ElementsAre;
 
 class LogWindow : public LogTest {
  protected:
-  // Whether the screen shows the list's scroll bar alike at a quarter and at three quarters of its
-  // height.
-  [[nodiscard]] bool scrollBarHalvesLookAlike() const {
-    const Box client = clientSize(list);
-    const int middle = client.width + GetSystemMetrics(SM_CXVSCROLL) / 2;
-    return screenPixel(list, middle, client.height / 4) ==
-           screenPixel(list, middle, client.height * 3 / 4);
-  }
+  [[nodiscard]] Control clearButton() const { return window.control(L"Clear logs"); }
 };
-
-TEST_F(LogWindow, HasAButtonAndAList) {
-  start();
-  openLog();
-  EXPECT_EQ(childrenOf(window).size(), 2u);
-  const HWND button = GetDlgItem(window, 2002);
-  ASSERT_NE(button, nullptr);
-  EXPECT_EQ(childrenOf(window).front(), button);
-  EXPECT_EQ(classOf(button), L"Button");
-  EXPECT_EQ(textOf(button), L"Clear logs");
-  EXPECT_EQ(styleOf(button) & ~static_cast<DWORD>(WS_CLIPSIBLINGS), WS_CHILD | WS_VISIBLE);
-  EXPECT_EQ(classOf(list), L"ListBox");
-  EXPECT_EQ(GetDlgCtrlID(list), 2001);
-  EXPECT_EQ(styleOf(list) & ~static_cast<DWORD>(WS_CLIPSIBLINGS),
-            static_cast<DWORD>(WS_CHILD | WS_VISIBLE | WS_VSCROLL | LBS_USETABSTOPS |
-                               LBS_NOINTEGRALHEIGHT | LBS_DISABLENOSCROLL));
-  EXPECT_EQ(exStyleOf(list), static_cast<DWORD>(WS_EX_CLIENTEDGE));
-  EXPECT_EQ(screenInk(button), inkOfText(L"Clear logs"));
-}
 
 TEST_F(LogWindow, KeepsTheButtonAndStretchesTheList) {
   start();
   openLog();
-  const Box client = clientSize(window);
-  EXPECT_EQ(placeOf(GetDlgItem(window, IDC_LOG_CLEAR)), (Box{10, 10, 120, 28}));
-  EXPECT_EQ(placeOf(list), (Box{10, 48, client.width - 20, client.height - 58}));
-  setClientSize(window, 640, 300);
-  EXPECT_EQ(placeOf(GetDlgItem(window, IDC_LOG_CLEAR)), (Box{10, 10, 120, 28}));
-  EXPECT_EQ(placeOf(list), (Box{10, 48, 620, 242}));
+  const Box client = window.clientSize();
+  EXPECT_EQ(clearButton().place(), (Box{10, 10, 120, 28}));
+  EXPECT_EQ(list.place(), (Box{10, 48, client.width - 20, client.height - 58}));
+  window.setClientSize(640, 300);
+  EXPECT_EQ(clearButton().place(), (Box{10, 10, 120, 28}));
+  EXPECT_EQ(list.place(), (Box{10, 48, 620, 242}));
 }
 
 TEST_F(LogWindow, ShowsTheLinesSoFarAndItsOwnOpeningWithTheNextLine) {
@@ -57,10 +32,10 @@ TEST_F(LogWindow, ShowsTheLinesSoFarAndItsOwnOpeningWithTheNextLine) {
   ASSERT_TRUE(files.waitForLog(L"Server started."));
   const std::vector<std::wstring> before = files.logLines();
   openLog();
-  EXPECT_EQ(linesOf(list), before);
+  EXPECT_EQ(list.entries(), before);
   EXPECT_EQ(files.logMessages().back(), L"Log window opened.");
 
-  pressStartStop(1);
+  startStop().press();
   EXPECT_TRUE(listShows(files.logLines()));
   EXPECT_THAT(lastOf(files.logMessages(), 3),
               ElementsAre(L"Log window opened.", L"Stopping server...", L"Server stopped."));
@@ -70,128 +45,105 @@ TEST_F(LogWindow, ShowsNewLinesAsTheyCome) {
   start();
   openLog();
   for (int i = 0; i < 5; ++i) {
-    pressStartStop(1);
+    startStop().press();
     EXPECT_TRUE(listShows(files.logLines()));
   }
 }
 
 TEST_F(LogWindow, OpensAtTheLastFiveHundredLines) {
-  start();
-  pressStartStop(300);
+  startWithClients();
+  logLines(600);
   const std::vector<std::wstring> before = files.logLines();
   ASSERT_GT(before.size(), kMaxLines);
   openLog();
-  EXPECT_EQ(linesOf(list), lastOf(before, kMaxLines));
-  EXPECT_EQ(topLine(), lastTopLine());
+  EXPECT_EQ(list.entries(), lastOf(before, kMaxLines));
+  EXPECT_TRUE(showsItsEnd());
 }
 
 TEST_F(LogWindow, DropsTheOldestLinesAboveFiveHundredAndFollowsTheEnd) {
-  start();
-  pressStartStop(260);
+  startWithClients();
+  logLines(520);
   openLog();
-  pressStartStop(20);
+  logLines(40);
   EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
-  EXPECT_EQ(lineCount(), static_cast<LRESULT>(kMaxLines));
-  EXPECT_EQ(topLine(), lastTopLine());
+  EXPECT_EQ(list.lineCount(), kMaxLines);
+  EXPECT_TRUE(showsItsEnd());
 }
 
 TEST_F(LogWindow, DoesNotMoveAReaderWhoHasScrolledUp) {
-  start();
-  pressStartStop(260);
+  startWithClients();
+  logLines(520);
   openLog();
-  send(list, LB_SETTOPINDEX, 0);
-  pressStartStop(20);
+  list.scrollToTop();
+  logLines(40);
   EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
-  EXPECT_EQ(topLine(), 0);
-}
-
-TEST_F(LogWindow, ShrinksTheThumbOfAReaderWhoHasScrolledUp) {
-  start();
-  pressStartStop(20);
-  openLog();
-  send(list, LB_SETTOPINDEX, 0);
-  EXPECT_TRUE(eventually([this] { return !scrollBarHalvesLookAlike(); }));
-  pressStartStop(200);
-  EXPECT_TRUE(eventually([this] { return scrollBarHalvesLookAlike(); }));
-}
-
-TEST_F(LogWindow, FollowsTheEndAgainWhenTheReaderIsBackAtIt) {
-  start();
-  pressStartStop(100);
-  openLog();
-  send(list, LB_SETTOPINDEX, 0);
-  pressStartStop(1);
-  ASSERT_TRUE(listShows(files.logLines()));
-  EXPECT_EQ(topLine(), 0);
-  // One line is hidden below.
-  send(list, LB_SETTOPINDEX, static_cast<WPARAM>(lastTopLine() - 1));
-  pressStartStop(1);
-  ASSERT_TRUE(listShows(files.logLines()));
-  EXPECT_EQ(topLine(), lastTopLine());
-}
-
-TEST_F(LogWindow, KeepsItsLinesWhenTheLogTrimsItsList) {
-  start();
-  ASSERT_TRUE(files.waitForLog(L"Server started."));
-  pressStartStop(static_cast<int>((kMaxLogLines - files.logLines().size()) / 2));
-  const std::vector<std::wstring> before = files.logLines();
-  ASSERT_EQ(before.size(), kMaxLogLines);
-  openLog();
-  EXPECT_EQ(linesOf(list), lastOf(before, kMaxLines));
-  EXPECT_EQ(topLine(), lastTopLine());
-
-  pressStartStop(100);
-  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
+  EXPECT_EQ(list.firstLineInSight(), 0);
 }
 
 TEST_F(LogWindow, ShowsAfterReopeningWhatWasLoggedMeanwhile) {
   start();
   openLog();
-  send(window, WM_CLOSE);
-  pressStartStop(3);
+  window.close();
+  ASSERT_TRUE(eventually([&] { return !window.isThere(); }));
+  for (int i = 0; i < 3; ++i) startStop().press();
   const std::vector<std::wstring> before = files.logLines();
   openLog();
-  EXPECT_EQ(linesOf(list), before);
+  EXPECT_EQ(list.entries(), before);
 }
 
 TEST_F(LogWindow, ClearsTheListAndTheFile) {
   start();
   openLog();
-  click(GetDlgItem(window, IDC_LOG_CLEAR));
-  EXPECT_EQ(lineCount(), 0);
+  clearButton().press();
+  EXPECT_EQ(list.lineCount(), 0U);
   EXPECT_EQ(contentOf(files.logPath), std::nullopt);
 
-  pressStartStop(1);
+  startStop().press();
   EXPECT_THAT(files.logMessages(), ElementsAre(L"Stopping server...", L"Server stopped."));
   EXPECT_TRUE(listShows(files.logLines()));
 }
 
-TEST_F(LogWindow, ClearsOnAnyNotificationAndWithoutALineOfItsOwn) {
-  start();
+TEST_F(LogWindow, FollowsTheEndAgainWhenTheReaderIsBackAtIt) {
+  startWithClients();
+  logLines(200);
   openLog();
-  EXPECT_EQ(sendCommand(window, IDC_LOG_CLEAR, 0x4321), 0);
-  EXPECT_EQ(sendCommand(window, IDC_LOG_CLEAR), 0);
-  EXPECT_EQ(lineCount(), 0);
-  EXPECT_EQ(contentOf(files.logPath), std::nullopt);
+  list.scrollToTop();
+  logLines(2);
+  ASSERT_TRUE(listShows(files.logLines()));
+  EXPECT_EQ(list.firstLineInSight(), 0);
+  list.scrollToEnd();
+  logLines(2);
+  ASSERT_TRUE(listShows(files.logLines()));
+  EXPECT_TRUE(showsItsEnd());
 }
 
-TEST_F(LogWindow, IgnoresNotificationsOfItsList) {
-  start();
+TEST_F(LogWindow, KeepsItsLinesWhenTheLogTrimsItsList) {
+  startWithClients();
+  ASSERT_TRUE(files.waitForLog(L"Server started."));
+  logLines(kMaxLogLines - files.logLines().size());
+  const std::vector<std::wstring> before = files.logLines();
+  ASSERT_EQ(before.size(), kMaxLogLines);
   openLog();
-  const LRESULT lines = lineCount();
-  EXPECT_EQ(sendCommand(window, IDC_LOG_LIST, LBN_DBLCLK), 0);
-  EXPECT_EQ(lineCount(), lines);
+  EXPECT_EQ(list.entries(), lastOf(before, kMaxLines));
+  EXPECT_TRUE(showsItsEnd());
+
+  logLines(200);
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
 }
 
 TEST_F(LogWindow, SurvivesNewsThatComesWhenItIsClosed) {
-  start();
+  startWithClients();
   openLog();
-  for (int i = 0; i < 50; ++i) PostMessageW(mainWindow, WM_COMMAND, IDC_START_STOP, 0);
-  PostMessageW(window, WM_CLOSE, 0, 0);
-  for (int i = 0; i < 50; ++i) PostMessageW(mainWindow, WM_COMMAND, IDC_START_STOP, 0);
-  EXPECT_TRUE(files.waitForLog(L"Server stopped.", 50));
-  EXPECT_TRUE(eventually([&] { return program->windows(L"QuillgateLogWnd").empty(); }));
-  EXPECT_EQ(program->close(), 0u);
+  {
+    const ClientFlood flood(udpPort());
+    const std::size_t before = files.logLines().size();
+    ASSERT_TRUE(eventually([&] { return files.logLines().size() > before + kMaxLines; }));
+    window.close();
+    ASSERT_TRUE(eventually([&] { return program->windows(L"Log").empty(); }));
+    const std::size_t closed = files.logLines().size();
+    EXPECT_TRUE(eventually([&] { return files.logLines().size() > closed + kMaxLines; }));
+  }
+  EXPECT_EQ(program->close(), 0);
 }
 
 }  // namespace

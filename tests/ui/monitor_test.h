@@ -8,7 +8,7 @@
 namespace quillgate::test {
 
 inline constexpr const wchar_t* kOffNotice =
-    L"Monitoring is OFF.\r\nSelect 'All' or a rule to start monitoring.";
+    L"Monitoring is OFF.\nSelect 'All' or a rule to start monitoring.";
 
 class MonitorTest : public UiTest {
  protected:
@@ -23,18 +23,16 @@ class MonitorTest : public UiTest {
   }
 
   void openMonitor() {
-    click(mainControl(IDC_OPEN_MONITOR));
-    window = program->waitForWindow(L"QuillgateMonWnd");
-    ASSERT_NE(window, nullptr);
-    filterList = GetDlgItem(window, 6001);
-    view = GetDlgItem(window, 6002);
-    formatList = GetDlgItem(window, 6004);
-    ASSERT_TRUE(filterList != nullptr && formatList != nullptr && view != nullptr);
-    send(window, WM_NULL);
+    window = open(L"Monitor");
+    ASSERT_TRUE(window.isThere());
+    filterList = window.control(L"Filter");
+    view = window.control(L"Captured traffic");
+    formatList = window.control(L"Format");
+    ASSERT_TRUE(filterList.isThere() && formatList.isThere() && view.isThere());
   }
   void closeMonitor() {
-    send(window, WM_CLOSE);
-    ASSERT_TRUE(eventually([&] { return !IsWindow(window); }));
+    window.close();
+    ASSERT_TRUE(eventually([&] { return program->windows(L"Monitor").empty(); }));
   }
 
   [[nodiscard]] std::wstring routeOf(std::size_t rule) const {
@@ -42,14 +40,6 @@ class MonitorTest : public UiTest {
            std::to_wstring(rules[rule].targetPort);
   }
 
-  // What a user does who picks an entry of a list.
-  void choose(HWND list, int index) const {
-    send(list, CB_SETCURSEL, static_cast<WPARAM>(index));
-    sendCommand(window, GetDlgCtrlID(list), CBN_SELCHANGE);
-  }
-  [[nodiscard]] static int selectionOf(HWND list) {
-    return static_cast<int>(send(list, CB_GETCURSEL));
-  }
   // A text without the time stamps of its header lines, which go on with "[".
   [[nodiscard]] static std::wstring withoutStamps(std::wstring rest) {
     std::wstring stripped;
@@ -62,7 +52,7 @@ class MonitorTest : public UiTest {
     }
     return stripped;
   }
-  [[nodiscard]] std::wstring viewText() const { return withoutStamps(textOf(view)); }
+  [[nodiscard]] std::wstring viewText() const { return withoutStamps(view.text()); }
   [[nodiscard]] bool viewShows(const std::wstring& text) const {
     return eventually([&] { return viewText() == text; });
   }
@@ -74,9 +64,9 @@ class MonitorTest : public UiTest {
     ASSERT_TRUE(datagram && datagram->text == payload);
   }
   // Sends `count` lines of 4,096 characters without a break through the fifth rule, each for
-  // itself, and waits until the view has the last one.
+  // itself, and waits until the view has the last one and the end of their session.
   void showLongLines(int count) {
-    choose(filterList, 3);
+    filterList.choose(3);
     const platform::Socket client = connectToLoopback(tcpPort);
     const platform::Socket server = acceptFrom(tcpTarget);
     for (int i = 1; i <= count; ++i) {
@@ -86,34 +76,16 @@ class MonitorTest : public UiTest {
       ASSERT_EQ(receiveExactly(server, line.size()), line);
     }
     const std::wstring last = L"\n" + std::to_wstring(count) + L" xxx";
-    ASSERT_TRUE(eventually([&] { return textOf(view).find(last) != std::wstring::npos; }));
+    ASSERT_TRUE(eventually([&] { return view.text().find(last) != std::wstring::npos; }));
     closeSendingSide(client);
     closeSendingSide(server);
-  }
-  // How many characters the control itself has, which gets those that it cannot display later.
-  [[nodiscard]] std::size_t charactersHeld() const {
-    const auto lastLine = static_cast<WPARAM>(send(view, EM_GETLINECOUNT) - 1);
-    return static_cast<std::size_t>(send(view, EM_LINEINDEX, lastLine));
-  }
-  [[nodiscard]] bool viewHoldsAll() const { return charactersHeld() == textOf(view).size(); }
-  // The first 20 characters that are in sight, once the control has all. Not by EM_GETLINE, whose
-  // answer wine garbles on its way to another process.
-  [[nodiscard]] std::wstring firstInSight() const {
-    EXPECT_TRUE(eventually([&] { return viewHoldsAll(); }));
-    const auto line = static_cast<WPARAM>(send(view, EM_GETFIRSTVISIBLELINE));
-    return textOf(view).substr(static_cast<std::size_t>(send(view, EM_LINEINDEX, line)), 20);
-  }
-  // Whether the last line that the control has is in sight, and not at the top.
-  [[nodiscard]] bool endIsInSight() const {
-    const LRESULT position = send(view, EM_POSFROMCHAR, charactersHeld() - 1);
-    const int y = static_cast<short>(HIWORD(position));
-    const int height = clientSize(view).height;
-    return position != -1 && y > height / 2 && y < height;
+    ASSERT_TRUE(
+        eventually([&] { return view.text().find(L"Session closed") != std::wstring::npos; }));
   }
 
   [[nodiscard]] std::wstring newClientLine() const {
     return L"[UDP] New client FROM 127.0.0.1:" + std::to_wstring(localPort(udpClient)) +
-           L"  local " + routeOf(1) + L"\r\n";
+           L"  local " + routeOf(1) + L"\n";
   }
 
   RuleSet rules;
@@ -122,10 +94,10 @@ class MonitorTest : public UiTest {
   platform::Socket udpClient = udpOnLoopback();
   std::uint16_t udpPort = freePort(platform::Transport::udp);
   std::uint16_t tcpPort = freePort(platform::Transport::tcp);
-  HWND window = nullptr;
-  HWND filterList = nullptr;
-  HWND formatList = nullptr;
-  HWND view = nullptr;
+  Window window;
+  Control filterList;
+  Control formatList;
+  Control view;
 };
 
 }  // namespace quillgate::test

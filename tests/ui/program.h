@@ -2,31 +2,28 @@
 // its data, watched and used through its windows, its files and its exit code.
 #pragma once
 
-#include <windows.h>
-
 #include <cstddef>
+#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "forwarding/forward_rule.h"
-#include "tests/support/temp_folder.h"
+#include "tests/ui/driver.h"
 
 namespace quillgate::test {
 
 // The folder that holds the program under test, without a separator at its end.
 [[nodiscard]] std::wstring programFolder();
 
-// The path of a library that stands in for one of the system's.
-[[nodiscard]] std::wstring fakeLibrary(const std::wstring& name);
-
 // The text in these bytes, which are UTF-16LE.
 [[nodiscard]] std::wstring utf16leText(const std::string& bytes);
 
-// The program's files below a folder for local application data.
+// The program's files below a user's data folder.
 struct ProgramFiles {
-  explicit ProgramFiles(const std::wstring& localAppData);
+  explicit ProgramFiles(const std::wstring& dataFolder);
 
   std::wstring baseDir;
   std::wstring configPath;
@@ -46,41 +43,22 @@ struct ProgramFiles {
 // The bytes of a rule file in the program's own form.
 [[nodiscard]] std::string configBytes(const RuleSet& rules);
 
-// A text value in the registry that is as given while the object lives.
-class RegistrySetting {
- public:
-  RegistrySetting(HKEY root, const std::wstring& key, std::wstring name, const std::wstring& value);
-  ~RegistrySetting();
-  RegistrySetting(const RegistrySetting&) = delete;
-  RegistrySetting& operator=(const RegistrySetting&) = delete;
-
- private:
-  HKEY key_ = nullptr;
-  std::wstring name_;
-  std::vector<std::byte> former_;
-  std::optional<DWORD> formerType_;  // nothing: there was no such value
-};
-
-// A copy of the program that finds one of our stand-ins in the place of ws2_32.dll. The program
-// must have ended when the object goes.
-class ProgramOnOtherSockets {
- public:
-  explicit ProgramOnOtherSockets(const std::wstring& library);
-  // What Launch::programFolder has to be.
-  [[nodiscard]] std::wstring programFolder() const { return folder_.path(); }
-
- private:
-  TempFolder folder_;
-  RegistrySetting noOtherLibrary_;
-};
-
 struct Launch {
-  std::wstring localAppData;     // what the system shall name as the user's data folder
-  std::wstring programFolder{};  // where quillgate.exe is; empty: where it was built
+  std::wstring dataFolder;       // what the system shall name as the user's data folder
   std::wstring workingFolder{};  // empty: ours
-  std::wstring arguments{};      // behind the program's name on the command line
-  std::wstring desktop{};        // empty: ours
+  std::vector<std::wstring> arguments{};
+  std::map<std::string, std::string> environment{};  // added to ours; Linux
+  bool hasWindow = true;                             // false: started is enough; Linux
+  std::wstring outputFile{};                         // takes what it prints; empty: ours; Linux
+  std::wstring programFolder{};  // where the program is; empty: where it was built; Windows
+  std::wstring desktop{};        // empty: ours; Windows
 };
+
+// A start on a system that names no data folder for the user, in this folder.
+[[nodiscard]] Launch launchWithoutDataFolder(const std::wstring& workingFolder);
+
+// What a system knows a process by.
+struct NativeProcess;
 
 class Program {
  public:
@@ -91,26 +69,26 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  [[nodiscard]] HWND mainWindow() const { return window(L"QuillgateMainWnd"); }
+  [[nodiscard]] const NativeProcess& native() const { return *process_; }
 
-  // All top-level windows of the process with this class, and the first of them or null.
-  [[nodiscard]] std::vector<HWND> windows(const std::wstring& className) const;
-  [[nodiscard]] HWND window(const std::wstring& className) const;
-  // Waits until there is one that is shown; null after the deadline or the program's end.
-  [[nodiscard]] HWND waitForWindow(const std::wstring& className) const;
+  // None when it has none.
+  [[nodiscard]] Window mainWindow() const;
+  // Its windows with this title that are shown or minimised.
+  [[nodiscard]] std::vector<Window> windows(const std::wstring& title) const;
+  // Waits until there is one that is shown; none after the deadline or the program's end.
+  [[nodiscard]] Window waitForWindow(const std::wstring& title) const;
 
-  // Waits for the end; nothing when it does not come before the deadline.
-  [[nodiscard]] std::optional<DWORD> waitForExit() const;
+  [[nodiscard]] bool hasEnded() const;
+  // Waits for the end; nothing when it does not come before the deadline. The exit code; where a
+  // signal has ended the program, 128 more than its number.
+  [[nodiscard]] std::optional<int> waitForExit() const;
   // Asks the main window to close and waits for the end.
-  [[nodiscard]] std::optional<DWORD> close() const;
-  // Ends the process by force.
+  [[nodiscard]] std::optional<int> close() const;
+  // Ends the process by force. Any thread.
   void kill() const;
 
  private:
-  [[nodiscard]] bool hasEnded() const { return WaitForSingleObject(process_, 0) == WAIT_OBJECT_0; }
-
-  HANDLE process_ = nullptr;
-  DWORD processId_ = 0;
+  std::unique_ptr<NativeProcess> process_;
 };
 
 }  // namespace quillgate::test

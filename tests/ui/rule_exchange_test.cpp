@@ -13,7 +13,7 @@ class RuleExchange : public EditorTest {};
 
 TEST_F(RuleExchange, ExportsWhatItsRowsSayAndNothingElse) {
   startWith(someRules());
-  type(0, IDC_RULE_LOCAL_PORT, L"9090");
+  type(0, Field::localPort, L"9090");
   const std::wstring path = exports.file(L"rules.xml");
   exportTo(path);
 
@@ -26,7 +26,7 @@ TEST_F(RuleExchange, ExportsWhatItsRowsSayAndNothingElse) {
               ElementsAre(L"Saved XML: " + path, L"Exported settings to: " + path));
   EXPECT_TRUE(editorIsOpen());
 
-  sendCommand(editor, IDC_CFG_CANCEL);
+  pressButton(L"Cancel");
   openEditor();
   EXPECT_THAT(row(0), ElementsAre(L"off", L"TCP", L"8080", L"10.0.0.1", L"80"));
 }
@@ -34,25 +34,25 @@ TEST_F(RuleExchange, ExportsWhatItsRowsSayAndNothingElse) {
 TEST_F(RuleExchange, ProposesConfigXmlForAnExport) {
   start();
   openEditor();
-  const HWND dialog = dialogBehind(IDC_CFG_EXPORT, L"Save As");
-  ASSERT_NE(dialog, nullptr);
+  const Window dialog = openDialog(editor, L"Export XML", L"Save As");
+  ASSERT_TRUE(dialog.isThere());
   EXPECT_EQ(nameIn(dialog), L"config.xml");
   EXPECT_THAT(typesIn(dialog), ElementsAre(L"> XML files (*.xml)", L"All files (*.*)"));
-  press(dialog, IDCANCEL);
+  press(dialog, Answer::cancel);
   EXPECT_TRUE(waitUntilClosed(dialog));
-  send(editor, WM_NULL);
+  EXPECT_TRUE(isUsableAgain(editor));
   EXPECT_EQ(files.logMessages().back(), L"Server started.");
 }
 
 TEST_F(RuleExchange, KeepsItsFilesWhereTheyAreAfterAnExport) {
   const TempFolder working;
-  start({.localAppData = folder.path() + L"\\missing", .workingFolder = working.path()});
+  start(launchWithoutDataFolder(working.path()));
   openEditor();
   exportTo(exports.file(L"rules.xml"));
-  sendCommand(editor, IDC_CFG_SAVE);
+  pressButton(L"Save");
   EXPECT_THAT(ProgramFiles(working.path()).logMessages(), Contains(L"Config saved and applied."));
   EXPECT_THAT(exports.names(), ElementsAre(L"rules.xml"));
-  EXPECT_EQ(program->close(), 0u);  // before its folder goes
+  EXPECT_EQ(program->close(), 0);  // before its folder goes
 }
 
 TEST_F(RuleExchange, AddsTheExtensionToTheNameOfAnExport) {
@@ -67,42 +67,19 @@ TEST_F(RuleExchange, AsksBeforeAnExportOverwritesAFile) {
   openEditor();
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, "former");
-  const HWND dialog = dialogBehind(IDC_CFG_EXPORT, L"Save As");
+  const Window dialog = openDialog(editor, L"Export XML", L"Save As");
   confirmName(dialog, path);
-  const HWND question = waitForDialog(*program, dialog);
-  ASSERT_NE(question, nullptr);
-  press(question, IDNO);
+  const Window question = waitForDialog(dialog);
+  ASSERT_TRUE(question.isThere());
+  press(question, Answer::no);
   ASSERT_TRUE(waitUntilClosed(question));
   EXPECT_EQ(contentOf(path), "former");
 
   confirmName(dialog, path);
-  press(waitForDialog(*program, dialog), IDYES);
+  press(waitForDialog(dialog), Answer::yes);
   ASSERT_TRUE(waitUntilClosed(dialog));
   EXPECT_TRUE(files.waitForLog(L"Exported settings to: " + path));
   EXPECT_EQ(contentOf(path), configBytes(RuleSet{}));
-}
-
-TEST_F(RuleExchange, ReportsAFailedExport) {
-  start();
-  openEditor();
-  const std::wstring path = exports.file(L"rules.xml");
-  writeFile(path, "former");
-  const HANDLE inUse = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  const HWND dialog = dialogBehind(IDC_CFG_EXPORT, L"Save As");
-  confirmName(dialog, path);
-  press(waitForDialog(*program, dialog), IDYES);
-  const HWND box = waitForDialog(*program, editor, L"Error");
-  ASSERT_NE(box, nullptr);
-  EXPECT_EQ(messageOf(box), L"Export failed.");
-  EXPECT_TRUE(hasErrorIconAndOneButton(box));
-  press(box, IDOK);
-  ASSERT_TRUE(waitUntilClosed(box));
-  const std::vector<std::wstring> messages = files.logMessages();
-  EXPECT_THAT(std::vector(messages.end() - 2, messages.end()),
-              ElementsAre(L"Failed to save XML: " + path, L"Export failed: " + path));
-  CloseHandle(inUse);
-  EXPECT_EQ(contentOf(path), "former");
 }
 
 TEST_F(RuleExchange, ImportsAFileAndStaysOpen) {
@@ -110,7 +87,7 @@ TEST_F(RuleExchange, ImportsAFileAndStaysOpen) {
   openEditor();
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, configBytes(someRules()));
-  type(1, IDC_RULE_TARGET_IP, L"not saved");
+  type(1, Field::targetIp, L"not saved");
   const std::size_t before = files.logMessages().size();
   importFrom(path);
 
@@ -133,49 +110,61 @@ TEST_F(RuleExchange, ImportsWithTheServerStopped) {
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, configBytes(someRules()));
   importFrom(path);
-  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Start server");
+  EXPECT_EQ(startStop().text(), L"Start server");
   EXPECT_THAT(files.logMessages(), Contains(L"Imported config and restarted server sockets."));
   EXPECT_EQ(files.countInLog(L"Server started."), 1U);
 }
 
 TEST_F(RuleExchange, OffersXmlFilesForAnImport) {
   startWith(someRules());
-  const HWND dialog = dialogBehind(IDC_CFG_IMPORT, L"Open");
-  ASSERT_NE(dialog, nullptr);
+  const Window dialog = openDialog(editor, L"Import XML", L"Open");
+  ASSERT_TRUE(dialog.isThere());
   EXPECT_EQ(nameIn(dialog), L"");
   EXPECT_THAT(typesIn(dialog), ElementsAre(L"> XML files (*.xml)", L"All files (*.*)"));
-  press(dialog, IDCANCEL);
+  press(dialog, Answer::cancel);
   EXPECT_TRUE(waitUntilClosed(dialog));
-  send(editor, WM_NULL);
+  EXPECT_TRUE(isUsableAgain(editor));
   EXPECT_EQ(config(), configBytes(someRules()));
 }
 
-TEST_F(RuleExchange, RefusesToImportAFileThatIsNotThere) {
+TEST_F(RuleExchange, LeavesTheOtherWindowsUsableWhileItAsks) {
   start();
   openEditor();
-  const HWND dialog = dialogBehind(IDC_CFG_IMPORT, L"Open");
-  confirmName(dialog, exports.file(L"missing.xml"));
-  const HWND complaint = waitForDialog(*program, dialog);
-  ASSERT_NE(complaint, nullptr);
-  press(complaint, IDOK);
-  ASSERT_TRUE(waitUntilClosed(complaint));
-  EXPECT_TRUE(IsWindow(dialog));
-  press(dialog, IDCANCEL);
+  const Window dialog = openDialog(editor, L"Import XML", L"Open");
+  ASSERT_TRUE(dialog.isThere());
+  startStop().press();
+  EXPECT_EQ(startStop().text(), L"Start server");
+  EXPECT_TRUE(open(L"Log").isThere());
+  EXPECT_TRUE(dialog.isShown());
+  press(dialog, Answer::cancel);
   EXPECT_TRUE(waitUntilClosed(dialog));
+  EXPECT_TRUE(isUsableAgain(editor));
+}
+
+TEST_F(RuleExchange, LeavesADialogOnEscape) {
+  start();
+  openEditor();
+  const Window dialog = openDialog(editor, L"Export XML", L"Save As");
+  ASSERT_TRUE(eventually([&] { return dialog.isActive(); }));
+  typeKeys({Key::escape});
+  EXPECT_TRUE(waitUntilClosed(dialog));
+  EXPECT_TRUE(isUsableAgain(editor));
+  EXPECT_TRUE(editorIsOpen());
+  EXPECT_EQ(files.logMessages().back(), L"Server started.");
 }
 
 TEST_F(RuleExchange, ReportsAFailedImportAndChangesNothing) {
   startWith(someRules());
   const std::wstring path = exports.file(L"rules.xml");
   writeFile(path, "<config><rules>");
-  type(0, IDC_RULE_LOCAL_PORT, L"1");
-  const HWND dialog = dialogBehind(IDC_CFG_IMPORT, L"Open");
+  type(0, Field::localPort, L"1");
+  const Window dialog = openDialog(editor, L"Import XML", L"Open");
   confirmName(dialog, path);
-  const HWND box = waitForDialog(*program, editor, L"Error");
-  ASSERT_NE(box, nullptr);
+  const Window box = waitForDialog(editor, L"Error");
+  ASSERT_TRUE(box.isThere());
   EXPECT_EQ(messageOf(box), L"Import failed (XML parse/read).");
   EXPECT_TRUE(hasErrorIconAndOneButton(box));
-  press(box, IDOK);
+  press(box, Answer::accept);
   ASSERT_TRUE(waitUntilClosed(box));
   EXPECT_EQ(files.logMessages().back(),
             L"Failed to load XML (parse error) -> defaults used. Path=" + path);

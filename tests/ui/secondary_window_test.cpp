@@ -1,4 +1,4 @@
-// The windows behind the main window's buttons: each at most once, owned by the main window.
+// The windows behind the main window's buttons: each at most once, belonging to the main window.
 #include "tests/ui/ui_test.h"
 
 namespace quillgate::test {
@@ -6,108 +6,89 @@ namespace {
 
 struct Secondary {
   const char* name;
-  int button;
-  const wchar_t* className;
-  const wchar_t* title;
-  Box outer;
+  const wchar_t* title;  // and the caption of its button
 };
 
 class SecondaryWindow : public UiTest, public testing::WithParamInterface<Secondary> {
  protected:
-  [[nodiscard]] HWND open() const {
-    click(mainControl(GetParam().button));
-    return program->waitForWindow(GetParam().className);
-  }
-  [[nodiscard]] std::vector<HWND> all() const { return program->windows(GetParam().className); }
+  [[nodiscard]] Window openIt() const { return open(GetParam().title); }
+  [[nodiscard]] std::vector<Window> all() const { return program->windows(GetParam().title); }
 };
 
-TEST_P(SecondaryWindow, IsAnOrdinaryWindowOwnedByTheMainWindow) {
+TEST_P(SecondaryWindow, BelongsToTheMainWindow) {
   start();
   EXPECT_TRUE(all().empty());
-  const HWND window = open();
-  ASSERT_NE(window, nullptr);
-  EXPECT_EQ(textOf(window), GetParam().title);
-  EXPECT_EQ(styleOf(window), WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_CLIPSIBLINGS);
-  EXPECT_EQ(exStyleOf(window), static_cast<DWORD>(WS_EX_WINDOWEDGE));
-  EXPECT_EQ(outerSize(window), GetParam().outer);
-  EXPECT_EQ(GetWindow(window, GW_OWNER), mainWindow);
-  EXPECT_EQ(GetMenu(window), nullptr);
-  EXPECT_EQ(GetClassLongW(window, GCL_STYLE), 0u);
+  const Window window = openIt();
+  ASSERT_TRUE(window.isThere());
+  EXPECT_EQ(window.text(), GetParam().title);
+  EXPECT_EQ(window.owner(), mainWindow);
 }
 
 TEST_P(SecondaryWindow, IsBroughtToTheFrontInsteadOfOpenedTwice) {
   start();
-  const HWND window = open();
-  ASSERT_TRUE(eventually([&] { return GetForegroundWindow() == window; }));
-  SetForegroundWindow(mainWindow);
-  ASSERT_TRUE(eventually([&] { return GetForegroundWindow() == mainWindow; }));
-  EXPECT_EQ(open(), window);
-  EXPECT_EQ(all().size(), 1u);
-  EXPECT_TRUE(eventually([&] { return GetForegroundWindow() == window; }));
+  const Window window = openIt();
+  ASSERT_TRUE(eventually([&] { return window.isActive(); }));
+  mainWindow.activate();
+  ASSERT_TRUE(eventually([&] { return mainWindow.isActive(); }));
+  EXPECT_EQ(openIt(), window);
+  EXPECT_EQ(all().size(), 1U);
+  EXPECT_TRUE(eventually([&] { return window.isActive(); }));
 }
 
 TEST_P(SecondaryWindow, IsRestoredWhenItIsMinimizedOrMaximized) {
   start();
-  const HWND window = open();
-  const Box normal = outerSize(window);
-  for (const int show : {SW_MINIMIZE, SW_MAXIMIZE}) {
-    ShowWindow(window, show);
-    ASSERT_TRUE(eventually([&] { return IsIconic(window) || IsZoomed(window); }));
-    EXPECT_EQ(open(), window);
-    EXPECT_EQ(all().size(), 1u);
-    EXPECT_TRUE(eventually([&] { return !IsIconic(window) && !IsZoomed(window); }));
-    EXPECT_EQ(outerSize(window), normal);
+  const Window window = openIt();
+  ASSERT_TRUE(window.isThere());
+  const Box normal = window.clientSize();
+  for (const auto change : {&Window::minimize, &Window::maximize}) {
+    (window.*change)();
+    ASSERT_TRUE(eventually([&] { return window.state() != Window::State::normal; }));
+    mainControl(GetParam().title).press();
+    EXPECT_TRUE(eventually([&] { return window.state() == Window::State::normal; }));
+    EXPECT_TRUE(eventually([&] { return window.clientSize() == normal; }));
+    EXPECT_EQ(all().size(), 1U);
   }
 }
 
 TEST_P(SecondaryWindow, OpensAfreshAfterItWasClosed) {
   start();
   for (int round = 0; round < 3; ++round) {
-    const HWND window = open();
-    ASSERT_NE(window, nullptr);
-    EXPECT_EQ(send(window, WM_CLOSE), 0);
+    const Window window = openIt();
+    ASSERT_TRUE(window.isThere());
+    window.close();
     EXPECT_TRUE(eventually([&] { return all().empty(); }));
   }
-  EXPECT_EQ(textOf(open()), GetParam().title);
-  EXPECT_EQ(all().size(), 1u);
-}
-
-TEST_P(SecondaryWindow, ClosesFromTheSystemMenu) {
-  start();
-  const HWND window = open();
-  ASSERT_NE(window, nullptr);
-  PostMessageW(window, WM_SYSCOMMAND, SC_CLOSE, 0);
-  EXPECT_TRUE(eventually([&] { return all().empty(); }));
-  EXPECT_TRUE(IsWindow(mainWindow));
-}
-
-TEST_P(SecondaryWindow, OpensOnAnyNotificationOfItsButton) {
-  start();
-  EXPECT_EQ(sendCommand(mainWindow, GetParam().button, 0x1234), 0);
-  EXPECT_NE(program->waitForWindow(GetParam().className), nullptr);
-}
-
-TEST_P(SecondaryWindow, IgnoresCommandsItDoesNotKnow) {
-  start();
-  const HWND window = open();
-  ASSERT_TRUE(files.waitForLog(L"Server started."));
-  const std::vector<std::wstring> messages = files.logMessages();
-  for (const int id : {0, 1, 1001, 5000, 0xFFFF}) EXPECT_EQ(sendCommand(window, id), 0);
-  EXPECT_EQ(files.logMessages(), messages);
-  EXPECT_EQ(all().size(), 1u);
+  EXPECT_EQ(openIt().text(), GetParam().title);
+  EXPECT_EQ(all().size(), 1U);
+  EXPECT_TRUE(mainWindow.isShown());
 }
 
 TEST_P(SecondaryWindow, GoesWithTheMainWindow) {
   start();
-  ASSERT_NE(open(), nullptr);
-  EXPECT_EQ(program->close(), 0u);
+  ASSERT_TRUE(openIt().isThere());
+  EXPECT_EQ(program->close(), 0);
   EXPECT_EQ(files.logMessages().back(), L"Server stopped.");
 }
 
+TEST_P(SecondaryWindow, DoesNotCloseOnEscape) {
+  start();
+  const Window window = openIt();
+  ASSERT_TRUE(eventually([&] { return window.isActive(); }));
+  typeKeys({Key::escape});
+  // Keys are taken in their order, so the one before has been, too.
+  mainWindow.activate();
+  ASSERT_TRUE(eventually([&] { return mainWindow.isActive(); }));
+  typeKeys({Key::escape});
+  startStop().press();
+  EXPECT_EQ(startStop().text(), L"Start server");
+  EXPECT_TRUE(window.isShown());
+  EXPECT_TRUE(mainWindow.isShown());
+}
+
 constexpr Secondary kSecondaries[] = {
-    {"Config", IDC_OPEN_CONFIG, L"QuillgateCfgWnd", L"Config", {0, 0, 700, 430}},
-    {"Monitor", IDC_OPEN_MONITOR, L"QuillgateMonWnd", L"Monitor", {0, 0, 980, 560}},
-    {"Log", IDC_OPEN_LOG, L"QuillgateLogWnd", L"Log", {0, 0, 900, 520}},
+    {"Config", L"Config"},
+    {"Monitor", L"Monitor"},
+    {"Log", L"Log"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Ui, SecondaryWindow, testing::ValuesIn(kSecondaries),

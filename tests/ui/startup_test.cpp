@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <regex>
 
+#include "core/app_paths.h"
 #include "tests/ui/ui_test.h"
 
 namespace quillgate::test {
@@ -39,7 +40,7 @@ TEST_F(StartUp, WritesTheLogAsUtf16WithoutAByteOrderMark) {
 
 TEST_F(StartUp, AppendsToTheLogOfFormerRuns) {
   start();
-  EXPECT_EQ(program->close(), 0u);
+  EXPECT_EQ(program->close(), 0);
   start();
   ASSERT_TRUE(files.waitForLog(L"Server started.", 2));
   EXPECT_THAT(
@@ -86,76 +87,33 @@ TEST_F(StartUp, ReplacesARuleFileWithAnotherDocumentElement) {
   EXPECT_EQ(contentOf(files.configPath), configBytes(RuleSet{}));
 }
 
-TEST_F(StartUp, LeavesTheRuleFileAloneWhenTheXmlLibraryDoesNotStart) {
-  const RegistrySetting noXml(
-      HKEY_LOCAL_MACHINE,
-      L"Software\\Classes\\CLSID\\{88D96A05-F192-11D4-A65F-0040963251E5}\\InProcServer32", L"",
-      folder.file(L"missing.dll"));
-  RuleSet rules;
-  rules[0].targetIp = L"10.0.0.1";
-  files.writeConfig(configBytes(rules));
-  start();
-  EXPECT_TRUE(files.waitForLog(L"Server started."));
-  EXPECT_THAT(files.logMessages(), ElementsAre(L"MSXML init failed.", L"MSXML init failed (save).",
-                                               L"Starting server...", L"Server started."));
-  EXPECT_EQ(contentOf(files.configPath), configBytes(rules));
-}
-
 TEST_F(StartUp, UsesTheWorkingFolderWhenThereIsNoDataFolder) {
   const TempFolder working;
-  start({.localAppData = folder.path() + L"\\missing", .workingFolder = working.path()});
+  start(launchWithoutDataFolder(working.path()));
   const ProgramFiles here(working.path());
   EXPECT_TRUE(here.waitForLog(L"Server started."));
+  const std::wstring path = appPathsUnder(L"").configPath;
   EXPECT_THAT(here.logMessages(),
-              ElementsAre(L"XML not found -> using defaults. Path=.\\Quillgate\\config.xml",
-                          L"Saved XML: .\\Quillgate\\config.xml", L"Starting server...",
-                          L"Server started."));
+              ElementsAre(L"XML not found -> using defaults. Path=" + path, L"Saved XML: " + path,
+                          L"Starting server...", L"Server started."));
   EXPECT_EQ(contentOf(here.configPath), configBytes(RuleSet{}));
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-  EXPECT_EQ(program->close(), 0u);
+  EXPECT_EQ(program->close(), 0);
 }
 
 TEST_F(StartUp, RunsWithoutFilesWhenTheDataFolderCannotBeCreated) {
   writeFile(files.baseDir, "a file where the folder should be");
   start();
-  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
+  EXPECT_EQ(startStop().text(), L"Stop server");
   EXPECT_EQ(contentOf(files.logPath), std::nullopt);
-  EXPECT_EQ(program->close(), 0u);
+  EXPECT_EQ(program->close(), 0);
 }
 
 TEST_F(StartUp, IgnoresTheCommandLine) {
-  start({.localAppData = folder.path(), .arguments = L"/? --stopped config=other.xml"});
+  start({.dataFolder = folder.path(), .arguments = {L"/?", L"--stopped", L"config=other.xml"}});
   EXPECT_TRUE(files.waitForLog(L"Server started."));
-  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
-  EXPECT_EQ(program->close(), 0u);
-}
-
-TEST_F(StartUp, ReportsSocketsThatCannotBeStartedAndEndsWithOne) {
-  const ProgramOnOtherSockets noSockets(L"no_sockets");
-  program = std::make_unique<Program>(
-      Launch{.localAppData = folder.path(), .programFolder = noSockets.programFolder()});
-  const HWND box = program->waitForWindow(L"#32770");
-  ASSERT_NE(box, nullptr);
-  EXPECT_EQ(textOf(box), L"Error");
-  EXPECT_EQ(textOf(GetDlgItem(box, 0xFFFF)), L"WSAStartup failed.");
-  EXPECT_NE(FindWindowExW(box, nullptr, L"Static", nullptr), nullptr);
-  EXPECT_EQ(GetWindow(box, GW_OWNER), nullptr);
-  EXPECT_EQ(program->mainWindow(), nullptr);
-  sendCommand(box, IDOK);
-  EXPECT_EQ(program->waitForExit(), 1u);
-  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-}
-
-TEST_F(StartUp, EndsWithOneWhenTheMainWindowCannotBeCreated) {
-  // No top-level window can be created on a desktop without a display driver.
-  const RegistrySetting noDriver(HKEY_CURRENT_USER, L"Software\\Wine\\Drivers", L"Graphics",
-                                 L"none");
-  program =
-      std::make_unique<Program>(Launch{.localAppData = folder.path(), .desktop = L"no_display"});
-  EXPECT_EQ(program->waitForExit(), 1u);
-  EXPECT_THAT(files.logMessages(),
-              ElementsAre(L"XML not found -> using defaults. Path=" + files.configPath,
-                          L"Saved XML: " + files.configPath));
+  EXPECT_EQ(startStop().text(), L"Stop server");
+  EXPECT_EQ(program->close(), 0);
 }
 
 }  // namespace

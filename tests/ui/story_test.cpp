@@ -16,13 +16,9 @@ using testing::HasSubstr;
 
 class Story : public EditorTest {
  protected:
-  HWND openWith(int button, const std::wstring& className) {
-    click(mainControl(button));
-    return program->waitForWindow(className);
-  }
-
-  void enterRule(int rule, const std::wstring& proto, std::uint16_t local, std::uint16_t target) {
-    click(control(rule, IDC_RULE_ENABLED));
+  void enterRule(std::size_t rule, const std::wstring& proto, std::uint16_t local,
+                 std::uint16_t target) {
+    control(rule, Field::enabled).press();
     fillRow(rule, proto, std::to_wstring(local), L"127.0.0.1", std::to_wstring(target));
   }
 
@@ -62,48 +58,45 @@ class Story : public EditorTest {
 TEST_F(Story, ConfiguresForwardsWatchesExportsImportsAndKeepsItsRules) {
   // The first start, without any file: nothing is forwarded yet.
   start();
-  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
+  EXPECT_EQ(startStop().text(), L"Stop server");
 
   // Two rules, typed in.
-  click(mainControl(IDC_OPEN_CONFIG));
-  editor = program->waitForWindow(L"QuillgateCfgWnd");
-  ASSERT_NE(editor, nullptr);
+  openEditor();
   enterRule(0, L"TCP", tcpPort, localPort(tcpTarget));
   enterRule(1, L"UDP", udpPort, localPort(udpTarget));
-  click(GetDlgItem(editor, IDC_CFG_SAVE));
+  pressButton(L"Save");
   ASSERT_TRUE(eventually([&] { return !editorIsOpen(); }));
   ASSERT_TRUE(bothRulesListen(1));
   EXPECT_TRUE(forwardsTcp("over TCP", "answered"));
   EXPECT_TRUE(forwardsUdp("over UDP", "answered"));
 
   // Watching all of it.
-  const HWND monitor = openWith(IDC_OPEN_MONITOR, L"QuillgateMonWnd");
-  ASSERT_NE(monitor, nullptr);
-  const HWND filter = GetDlgItem(monitor, IDC_MON_FILTER);
-  ASSERT_EQ(itemsOf(filter).size(), 4u);
-  send(filter, CB_SETCURSEL, 1);
-  sendCommand(monitor, IDC_MON_FILTER, CBN_SELCHANGE);
+  const Window monitor = open(L"Monitor");
+  ASSERT_TRUE(monitor.isThere());
+  const Control filter = monitor.control(L"Filter");
+  ASSERT_EQ(filter.entries().size(), 4u);
+  filter.choose(1);
   EXPECT_TRUE(forwardsTcp("GET /", "200 OK"));
   EXPECT_TRUE(forwardsUdp("query", "reply"));
-  const HWND view = GetDlgItem(monitor, IDC_MON_VIEW);
+  const Control view = monitor.control(L"Captured traffic");
   EXPECT_TRUE(eventually([&] {
-    const std::wstring text = textOf(view);
-    return text.find(L"\r\nGET /\r\n") != std::wstring::npos &&
-           text.find(L"\r\n200 OK\r\n") != std::wstring::npos &&
-           text.find(L"[UDP] C->S  \r\nquery\r\n") != std::wstring::npos &&
-           text.find(L"[UDP] S->C  \r\nreply\r\n") != std::wstring::npos;
-  })) << textOf(view).size();
+    const std::wstring text = view.text();
+    return text.find(L"\nGET /\n") != std::wstring::npos &&
+           text.find(L"\n200 OK\n") != std::wstring::npos &&
+           text.find(L"[UDP] C->S  \nquery\n") != std::wstring::npos &&
+           text.find(L"[UDP] S->C  \nreply\n") != std::wstring::npos;
+  })) << view.text().size();
 
   // Keeping what was seen.
   TempFolder captures;
   const std::wstring capture = captures.file(L"monitor.txt");
-  confirmName(openDialog(*program, monitor, IDC_MON_SAVE, L"Save As"), capture);
-  ASSERT_TRUE(isEnabledAgain(monitor));
+  confirmName(openDialog(monitor, L"Save TXT", L"Save As"), capture);
+  ASSERT_TRUE(isUsableAgain(monitor));
   EXPECT_THAT(utf16leText(contentOf(capture).value_or("")), HasSubstr(L"\r\nGET /\r\n"));
 
   // Taking the rules out, changing them there, and bringing them in again; the log shows it live.
-  const HWND log = openWith(IDC_OPEN_LOG, L"QuillgateLogWnd");
-  ASSERT_NE(log, nullptr);
+  const Window log = open(L"Log");
+  ASSERT_TRUE(log.isThere());
   openEditor();
   const std::wstring rules = exports.file(L"rules.xml");
   exportTo(rules);
@@ -115,14 +108,14 @@ TEST_F(Story, ConfiguresForwardsWatchesExportsImportsAndKeepsItsRules) {
   writeFile(rules, xml);
   importFrom(rules);
   EXPECT_EQ(row(2).at(1), L"UDP");
-  EXPECT_TRUE(
-      eventually([&] { return linesOf(GetDlgItem(log, IDC_LOG_LIST)) == files.logLines(); }));
+  const Control lines = log.control(L"Log lines");
+  EXPECT_TRUE(eventually([&] { return lines.entries() == files.logLines(); }));
   EXPECT_THAT(files.logMessages(), Contains(L"Imported settings from: " + rules));
   ASSERT_TRUE(bothRulesListen(2));
   EXPECT_TRUE(forwardsTcp("after the import", "still there"));
 
   // The program ends and starts again: the rules are what they were.
-  EXPECT_EQ(program->close(), 0u);
+  EXPECT_EQ(program->close(), 0);
   EXPECT_EQ(config(), xml);
   start();
   ASSERT_TRUE(bothRulesListen(3));
@@ -132,7 +125,7 @@ TEST_F(Story, ConfiguresForwardsWatchesExportsImportsAndKeepsItsRules) {
   EXPECT_THAT(row(0), ElementsAre(L"on", L"TCP", std::to_wstring(tcpPort), L"127.0.0.1",
                                   std::to_wstring(localPort(tcpTarget))));
   EXPECT_EQ(row(2).at(1), L"UDP");
-  EXPECT_EQ(program->close(), 0u);
+  EXPECT_EQ(program->close(), 0);
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ class ProgramWithTraffic : public UiTest {
       const Traffic traffic(target, port, closing.sessions);
       ASSERT_TRUE(traffic.waitForRounds(1));
       const auto start = Clock::now();
-      ASSERT_EQ(program->close(), 0u) << "time " << i;
+      ASSERT_EQ(program->close(), 0) << "time " << i;
       slowest = std::max(slowest, Clock::now() - start);
     }
     const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(slowest);
@@ -54,10 +54,10 @@ class ProgramWithTraffic : public UiTest {
   }
 
   [[nodiscard]] std::wstring reportLine(std::size_t line) const {
-    const std::wstring report = textOf(mainControl(IDC_STATUS_TEXT));
+    const std::wstring report = mainControl(L"Status report").text();
     std::size_t start = 0;
-    for (; line > 0; --line) start = report.find(L"\r\n", start) + 2;
-    return report.substr(start, report.find(L"\r\n", start) - start);
+    for (; line > 0; --line) start = report.find(L'\n', start) + 1;
+    return report.substr(start, report.find(L'\n', start) - start);
   }
 
   Socket target = listenOnLoopback();
@@ -76,11 +76,11 @@ TEST_F(ProgramWithTraffic, RelaysBothWays) {
 
 TEST_F(ProgramWithTraffic, ReportsTheWorkerOfARuleUntilTheServerStops) {
   startForwarding();
-  sendCommand(mainWindow, IDC_STATUS);
+  mainControl(L"Status").press();
   const std::wstring rule = L"  1)   ON   TCP  local " + std::to_wstring(port) +
                             L"  ->  127.0.0.1:" + std::to_wstring(localPort(target));
   EXPECT_EQ(reportLine(3), rule + L"  [thread:yes]");
-  sendCommand(mainWindow, IDC_START_STOP);
+  startStop().press();
   EXPECT_EQ(reportLine(3), rule + L"  [thread:no]");
   EXPECT_THAT(files.logMessages(),
               testing::Contains(L"[TCP] Stopped local port " + std::to_wstring(port)));
@@ -92,17 +92,17 @@ TEST_F(ProgramWithTraffic, ReportsAnEnabledRuleWhoseWorkerHasEndedWithoutOne) {
   files.writeConfig(configBytes(rules));
   start();
   ASSERT_TRUE(files.waitForLog(L"[UDP] Invalid target IP: no.address.invalid"));
-  sendCommand(mainWindow, IDC_STATUS);
+  mainControl(L"Status").press();
   EXPECT_EQ(reportLine(12), L"  10)   ON   UDP  local " + std::to_wstring(rules[9].localPort) +
                                 L"  ->  no.address.invalid:53  [thread:no]");
-  EXPECT_EQ(textOf(mainControl(IDC_START_STOP)), L"Stop server");
+  EXPECT_EQ(startStop().text(), L"Stop server");
 }
 
 TEST_F(ProgramWithTraffic, GoesOnWithOpenSessionsWhenTheServerStops) {
   startForwarding();
   const Socket client = connectToLoopback(port);
   const Socket server = acceptFrom(target);
-  sendCommand(mainWindow, IDC_START_STOP);
+  startStop().press();
   EXPECT_FALSE(connectToLoopback(port).isOpen());
   ASSERT_TRUE(sendAll(client, "still here"));
   EXPECT_EQ(receiveExactly(server, 10), "still here");

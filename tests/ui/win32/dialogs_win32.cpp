@@ -1,5 +1,6 @@
-#include "tests/ui/dialogs.h"
+#include <windows.h>
 
+#include "tests/ui/dialogs.h"
 // After windows.h.
 #include <dlgs.h>
 
@@ -7,7 +8,8 @@
 #include <functional>
 
 #include "tests/support/deadline.h"
-#include "tests/ui/controls.h"
+#include "tests/ui/win32/controls.h"
+#include "tests/ui/win32/program.h"
 
 namespace quillgate::test {
 
@@ -60,43 +62,70 @@ std::wstring titleOf(HWND window) {
   return title.data();
 }
 
+int idOf(Answer answer) {
+  switch (answer) {
+    case Answer::cancel:
+      return IDCANCEL;
+    case Answer::yes:
+      return IDYES;
+    case Answer::no:
+      return IDNO;
+    default:
+      return IDOK;
+  }
+}
+
 }  // namespace
 
-HWND waitForDialog(const Program& program, HWND owner, const std::wstring& title) {
+Window waitForDialog(const Window& owner, const std::wstring& title) {
+  const HWND window = handleOf(owner);
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
   HWND found = nullptr;
   static_cast<void>(eventually([&] {
-    for (const HWND dialog : program.windows(L"#32770")) {
-      if (IsWindowVisible(dialog) && GetWindow(dialog, GW_OWNER) == owner &&
+    for (const HWND dialog : topLevelWindows(process, L"#32770", nullptr)) {
+      if (IsWindowVisible(dialog) && GetWindow(dialog, GW_OWNER) == window &&
           (title.empty() || titleOf(dialog) == title)) {
         found = dialog;
       }
     }
     return found != nullptr;
   }));
-  return found;
+  return windowOf(found);
 }
 
-HWND openDialog(const Program& program, HWND window, int button, const std::wstring& title) {
-  PostMessageW(window, WM_COMMAND, MAKEWPARAM(button, 0), 0);
-  return waitForDialog(program, window, title);
+Window openDialog(const Window& window, const std::wstring& button, const std::wstring& title) {
+  PostMessageW(handleOf(window.control(button)), BM_CLICK, 0, 0);
+  return waitForDialog(window, title);
 }
 
-bool isEnabledAgain(HWND window) {
-  const bool enabled = eventually([&] { return IsWindowEnabled(window) != 0; });
-  send(window, WM_NULL);
+bool isUsableAgain(const Window& window) {
+  const bool enabled = eventually([&] { return window.isEnabled(); });
+  send(handleOf(window), WM_NULL);
   return enabled;
 }
 
-bool waitUntilClosed(HWND dialog) {
-  return eventually([&] { return IsWindow(dialog) == 0; });
+bool waitUntilClosed(const Window& dialog) {
+  return eventually([&] { return !dialog.isThere(); });
 }
 
-std::wstring messageOf(HWND box) { return textOf(GetDlgItem(box, 0xFFFF)); }
+Control buttonOf(const Window& dialog, Answer answer) {
+  return windowOf(GetDlgItem(handleOf(dialog), idOf(answer)));
+}
 
-bool hasErrorIconAndOneButton(HWND box) {
+void press(const Window& dialog, Answer answer) {
+  PostMessageW(handleOf(dialog), WM_COMMAND, MAKEWPARAM(idOf(answer), 0), 0);
+}
+
+std::wstring messageOf(const Window& box) {
+  constexpr int kText = 0xFFFF;
+  return textOf(GetDlgItem(handleOf(box), kText));
+}
+
+bool hasErrorIconAndOneButton(const Window& box) {
   int errorIcons = 0;
   std::vector<int> buttons;
-  for (const HWND child : childrenOf(box)) {
+  for (const HWND child : childrenOf(handleOf(box))) {
     if (classOf(child) == L"Button") buttons.push_back(GetDlgCtrlID(child));
     const bool icon = classOf(child) == L"Static" && (styleOf(child) & SS_TYPEMASK) == SS_ICON;
     if (icon && eventually([&] { return showsRed(child); })) ++errorIcons;
@@ -104,20 +133,20 @@ bool hasErrorIconAndOneButton(HWND box) {
   return errorIcons == 1 && buttons == std::vector<int>{IDOK};
 }
 
-void press(HWND dialog, int button) { PostMessageW(dialog, WM_COMMAND, MAKEWPARAM(button, 0), 0); }
+Control nameField(const Window& fileDialog) { return windowOf(nameField(handleOf(fileDialog))); }
 
-std::wstring nameIn(HWND fileDialog) { return textOf(nameField(fileDialog)); }
+std::wstring nameIn(const Window& fileDialog) { return nameField(fileDialog).text(); }
 
-std::vector<std::wstring> typesIn(HWND fileDialog) {
-  const HWND list = typeList(fileDialog);
+std::vector<std::wstring> typesIn(const Window& fileDialog) {
+  const HWND list = typeList(handleOf(fileDialog));
   std::vector<std::wstring> types = itemsOf(list);
   types.at(static_cast<std::size_t>(send(list, CB_GETCURSEL))).insert(0, L"> ");
   return types;
 }
 
-void confirmName(HWND fileDialog, const std::wstring& name) {
-  send(nameField(fileDialog), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(name.c_str()));
-  press(fileDialog, IDOK);
+void confirmName(const Window& fileDialog, const std::wstring& name) {
+  nameField(fileDialog).setText(name);
+  press(fileDialog, Answer::accept);
 }
 
 }  // namespace quillgate::test

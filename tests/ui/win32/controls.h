@@ -4,27 +4,16 @@
 #include <windows.h>
 
 #include <functional>
-#include <ostream>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/ui/driver.h"
+
 namespace quillgate::test {
 
-// Pixels: left edge, top edge, width, height.
-struct Box {
-  int x;
-  int y;
-  int width;
-  int height;
-
-  bool operator==(const Box&) const = default;
-  friend std::ostream& operator<<(std::ostream& out, const Box& box) {
-    return out << box.x << "," << box.y << " " << box.width << "x" << box.height;
-  }
-};
-
-// Sends a message and waits for its result; fails the test when the window does not answer before
-// the deadline.
+// Sends a message and waits for its result; fails the test when the window is there and does not
+// answer before the deadline.
 LRESULT send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
 
 // Sends a command as a control with this id would; `code` is the notification.
@@ -98,5 +87,8 @@ void setClientSize(HWND window, int width, int height);
 // The lines of a list box, the items of a combo box.
 [[nodiscard]] std::vector<std::wstring> linesOf(HWND listBox);
 [[nodiscard]] std::vector<std::wstring> itemsOf(HWND comboBox);
+
+// The text on the clipboard as it is; nothing while another program uses it.
+[[nodiscard]] std::optional<std::wstring> clipboardText();
 
 }  // namespace quillgate::test

@@ -1,0 +1,212 @@
+// The log window while lines come faster than anybody can read, as fast as no network brings them,
+// and the loops of the system that run then.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "tests/support/load.h"
+#include "tests/ui/answer_times.h"
+#include "tests/ui/dialogs.h"
+#include "tests/ui/log_test.h"
+#include "tests/ui/win32/controls.h"
+#include "tests/ui/win32/program.h"
+#include "ui/win32/control_ids.h"
+
+namespace quillgate::test {
+namespace {
+
+// Whenever the server runs, 5,000 new clients a second, each with a line in the log.
+class LogFloodOnWindows : public LogTest {
+ protected:
+  void SetUp() override {
+    RuleSet rules;
+    rules[0] = {true, Protocol::udp, 5000, L"127.0.0.1", 5001};
+    files.writeConfig(configBytes(rules));
+    start({.dataFolder = folder.path(), .programFolder = flooded_.programFolder()});
+    pressStartStop();
+    openLog();
+  }
+
+  // By the command: a pressed button makes the main window the active one.
+  void pressStartStop() const { sendCommand(handleOf(mainWindow), IDC_START_STOP); }
+  // Starts the server and waits until the list is full.
+  void startFlood() {
+    pressStartStop();
+    ASSERT_TRUE(eventually([this] { return list.lineCount() == kMaxLines; }));
+  }
+
+  // How many notices of new lines the log window's thread has taken.
+  [[nodiscard]] std::size_t noticesTaken() const {
+    return reinterpret_cast<std::size_t>(GetPropW(handleOf(window), L"NoticesTaken"));
+  }
+
+  // Every line of the log stands in the list, once the server has been stopped.
+  void expectAllLinesShown() {
+    pressStartStop();
+    EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
+    EXPECT_TRUE(showsItsEnd());
+  }
+
+  // A client of the flood, counted from 0, as it stands in its line behind the time stamp.
+  static std::wstring lineOfClient(std::size_t client) {
+    return L"[UDP] New client FROM 10." + std::to_wstring(client >> 16) + L"." +
+           std::to_wstring(client >> 8 & 0xFF) + L"." + std::to_wstring(client & 0xFF) +
+           L":1000  local 5000 -> 127.0.0.1:5001";
+  }
+
+ private:
+  const ProgramOnOtherSockets flooded_{L"flooding_sockets"};
+};
+
+TEST_F(LogFloodOnWindows, LosesNoLineAndKeepsNobodyWaiting) {
+  const StatusClick statusClick(mainWindow, window);
+  const std::size_t linesBefore = files.logLines().size();
+
+  const auto begin = std::chrono::steady_clock::now();
+  startFlood();
+  const std::wstring newestLine = list.lastLine();
+  AnswerTimes answers;
+  answers.measureFor(load(std::chrono::seconds(5), std::chrono::seconds(30)), statusClick);
+  EXPECT_NE(list.lastLine(), newestLine);
+  pressStartStop();
+  const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
+  EXPECT_TRUE(showsItsEnd());
+
+  std::vector<std::wstring> lines = files.logMessages();
+  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(linesBefore));
+  // The others are those of the start and of the stop.
+  std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"[UDP] New"); });
+  EXPECT_EQ(lines.size() + 6, files.logLines().size() - linesBefore);
+  EXPECT_GT(lines.size(), kMaxLines);
+  for (std::size_t i = 0; i < lines.size(); ++i) ASSERT_EQ(lines[i], lineOfClient(i));
+  RecordProperty("linesPerSecond",
+                 std::to_string(std::lround(static_cast<double>(lines.size()) / time.count())));
+  EXPECT_EQ(program->close(), 0);
+}
+
+TEST_F(LogFloodOnWindows, IsAnnouncedByAThousandNoticesASecondAtMost) {
+  const std::size_t before = noticesTaken();
+  const auto begin = std::chrono::steady_clock::now();
+  startFlood();
+  ASSERT_TRUE(eventually([&] { return files.logLines().size() > 10 * kMaxLines; }));
+  const std::size_t notices = noticesTaken() - before;
+  const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+  // A hundred between two refreshes, which come every 100 ms, less the 16 that a clock may be off.
+  EXPECT_LE(static_cast<double>(notices), 100 * (time / std::chrono::milliseconds(84) + 1));
+  expectAllLinesShown();
+}
+
+TEST_F(LogFloodOnWindows, IsOverAndEachLineHasANoticeAgain) {
+  startFlood();
+  pressStartStop();
+  ASSERT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
+  const Window monitor = open(L"Monitor");
+  ASSERT_TRUE(monitor.isThere());
+  const std::size_t before = noticesTaken();
+  constexpr std::size_t kLines = 50;
+  for (std::size_t i = 0; i < kLines; ++i) sendCommand(handleOf(monitor), IDC_MON_CLEAR);
+  EXPECT_TRUE(eventually([&] { return noticesTaken() == before + kLines; })) << noticesTaken();
+  EXPECT_TRUE(listShows(lastOf(files.logLines(), kMaxLines)));
+}
+
+TEST_F(LogFloodOnWindows, ReachesALogWindowThatIsOpenedInTheMiddleOfIt) {
+  startFlood();
+  for (int i = 0; i < 5; ++i) {
+    send(handleOf(window), WM_CLOSE);
+    openLog();
+    const std::wstring newestLine = list.lastLine();
+    ASSERT_TRUE(eventually([&] { return list.lastLine() != newestLine; }));
+  }
+  expectAllLinesShown();
+}
+
+TEST_F(LogFloodOnWindows, LeavesKeysInTheirOrder) {
+  const Window editor = open(L"Config");
+  ASSERT_TRUE(editor.isThere());
+  const HWND field = GetDlgItem(handleOf(editor), IDC_RULE_TARGET_IP);
+  send(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L""));
+  startFlood();
+  // A click may get lost while the editor becomes the active window.
+  ASSERT_TRUE(eventually([&] {
+    clickWithMouse(field);
+    return eventually([&] { return hasFocus(field); }, std::chrono::seconds(1));
+  }));
+
+  // The field gets digits as characters, which are posted, and arrows as keys, which are input.
+  constexpr int kTimes = 100;
+  std::vector<WORD> keys;
+  std::wstring text;
+  for (int i = 0; i < kTimes; ++i) {
+    keys.insert(keys.end(), {'1', '2', VK_LEFT, '3', VK_END});
+    text += L"132";
+  }
+  typeKeys(keys);
+  EXPECT_TRUE(eventually([&] { return textOf(field).size() == text.size(); }));
+  EXPECT_EQ(textOf(field), text);
+}
+
+// The loops of message boxes, menus and moving windows are the system's.
+
+TEST_F(LogFloodOnWindows, LetsMessageBoxesBeAnswered) {
+  const Window editor = open(L"Config");
+  ASSERT_TRUE(editor.isThere());
+  const std::wstring noRules = folder.file(L"rules.xml");
+  writeFile(noRules, "");
+  startFlood();
+  expectErrorBoxesAnswered(editor, noRules);
+  expectAllLinesShown();
+}
+
+TEST_F(LogFloodOnWindows, LetsMenusBeOpenedAndLeft) {
+  startFlood();
+  window.activate();
+  ASSERT_TRUE(eventually([&] { return window.isActive(); }));
+  const auto menuIsShown = [&] { return IsWindowVisible(windowOfClass(*program, L"#32768")) != 0; };
+  AnswerTimes answers;
+  for (int i = 0; i < load(10, 100); ++i) {
+    answers.measure([&] {
+      typeChord({Key::alt, Key::space});
+      return eventually(menuIsShown);
+    });
+    answers.measure([&] {
+      typeKeys({Key::escape});
+      return eventually([&] { return !menuIsShown(); });
+    });
+  }
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  expectAllLinesShown();
+}
+
+// Whether the window runs the system's loop for moving and sizing.
+bool isBeingMoved(HWND window) {
+  GUITHREADINFO state{};
+  state.cbSize = sizeof state;
+  return GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &state) != 0 &&
+         (state.flags & GUI_INMOVESIZE) != 0 && state.hwndMoveSize == window;
+}
+
+TEST_F(LogFloodOnWindows, LetsWindowsBeMoved) {
+  const FullDragging fullDragging;
+  startFlood();
+  AnswerTimes answers;
+  for (int i = 0; i < load(10, 100); ++i) {
+    const int step = i % 2 == 0 ? 50 : -50;
+    const Box former = window.screenPlace();
+    const POINT title{former.x + former.width / 2, former.y + 12};
+    answers.measure([&] {
+      MouseDrag drag(title);
+      return eventually([&] { return isBeingMoved(handleOf(window)); }) &&
+             drag.moveUntil({title.x + step, title.y},
+                            [&] { return window.screenPlace().x == former.x + step; });
+    });
+    ASSERT_TRUE(eventually([&] { return !isBeingMoved(handleOf(window)); }));
+  }
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  expectAllLinesShown();
+}
+
+}  // namespace
+}  // namespace quillgate::test
