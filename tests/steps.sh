@@ -10,6 +10,13 @@ startSteps() {
   exec 3>&1  # for what steps say while their output goes elsewhere
 }
 
+# Prints what a step says of its failure in the log $1: the end of it, and before that the tests that
+# failed, which may be far above.
+showFailure() {
+  grep --no-group-separator -A 8 ': Failure$' "$1" | head -n 60
+  tail -n 40 "$1"
+}
+
 # Runs a command as the step of this name; leaves build/test/<step>.failed when it fails.
 step() {
   local name=$1 start=$SECONDS verdict=ok code=0
@@ -18,7 +25,7 @@ step() {
   if ((code != 0)); then
     verdict=FAILED
     touch "$logs/$name.failed"
-    tail -n 60 "$logs/$name.log" >&3
+    showFailure "$logs/$name.log" >&3
   fi
   printf '%-8s %-20s %4d s\n' "$verdict" "$name" $((SECONDS - start)) >&3
   return "$code"
