@@ -270,7 +270,7 @@ TEST(PlatformFile, UsesTheFileBesideThatAnEndedProcessLeft) {
   EXPECT_EQ(folder.names(), std::vector<std::wstring>{L"file"});
 }
 
-// Versions of a file that tell a whole one from a mixed or a cut one.
+// Versions of a file in which mixed or cut content shows.
 std::string version(std::size_t number) {
   const auto letter = static_cast<char>('a' + number % 26);
   return std::string(20'000 + number % 26 * 1'000, letter);

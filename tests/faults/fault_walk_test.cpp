@@ -91,7 +91,7 @@ class FaultWalk : public testing::Test {
 };
 
 // A wrapper that the program no longer calls has lost what it was made for.
-TEST_F(FaultWalk, ComesByEveryWrapper) {
+TEST_F(FaultWalk, CallsEveryWrapper) {
   std::set<std::string> names;
   for (const Weather weather : {Weather::fair, Weather::interrupted}) {
     liveOnce(forwarding, std::nullopt, weather);

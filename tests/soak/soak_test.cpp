@@ -38,7 +38,7 @@ using Random = std::mt19937;
 constexpr std::size_t kDescriptorBound = 32;
 constexpr std::size_t kHeapBound = 2 << 20;
 constexpr std::size_t kMemoryBound = 64 << 20;
-// What 99 of 100 stops take at most: a worker looks every 300 ms whether it shall stop.
+// What 99 of 100 stops take at most: a worker checks every 300 ms whether to stop.
 constexpr std::chrono::milliseconds kStopBound = 600ms;
 
 // There is no window.

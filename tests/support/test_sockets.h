@@ -65,7 +65,7 @@ void resetConnection(platform::Socket socket);
 // What ends a stream of bytes.
 enum class StreamEnd { orderly, reset, late };
 // Receives until the peer ends, resets or is late; appends what comes to `received` if it is given.
-// Wine tells a reset that has come before this call as an orderly end.
+// Wine reports a reset that came before this call as an orderly end.
 [[nodiscard]] StreamEnd receiveUntilEnd(const platform::Socket& socket,
                                         std::string* received = nullptr);
 

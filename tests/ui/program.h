@@ -44,7 +44,7 @@ struct ProgramFiles {
 [[nodiscard]] std::string configBytes(const RuleSet& rules);
 
 struct Launch {
-  std::wstring dataFolder;       // what the system shall name as the user's data folder
+  std::wstring dataFolder;       // what the system names as the user's data folder
   std::wstring workingFolder{};  // empty: ours
   std::vector<std::wstring> arguments{};
   std::map<std::string, std::string> environment{};  // added to ours; Linux
