@@ -152,8 +152,8 @@ void TailView::addPiece(std::size_t longestLine) {
 std::size_t TailView::charactersToFill() const {
   const TEXTMETRICW font = fontOf(edit_);
   const Size size = clientSize(edit_);
-  const auto columns = static_cast<std::size_t>(size.width / font.tmAveCharWidth + 1);
-  const auto rows = static_cast<std::size_t>(size.height / font.tmHeight + 1);
+  const auto columns = static_cast<std::size_t>(size.width / font.tmAveCharWidth) + 1;
+  const auto rows = static_cast<std::size_t>(size.height / font.tmHeight) + 1;
   return rows * columns * 3 / 2;  // some characters are narrower
 }
 

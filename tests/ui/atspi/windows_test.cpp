@@ -68,7 +68,7 @@ class WindowsOnLinux : public EditorTest {
     for (const Accessible& child : parent.children()) {
       if (child.is(ATSPI_STATE_FOCUSED)) return child;
       if (child.role() == ATSPI_ROLE_COMBO_BOX || child.role() == ATSPI_ROLE_LIST) continue;
-      const Accessible found = focusedInside(child);
+      Accessible found = focusedInside(child);
       if (found != Accessible()) return found;
     }
     return {};

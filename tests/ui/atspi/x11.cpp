@@ -310,7 +310,7 @@ void typeKeys(const std::vector<Key>& keys) {
 
 void typeChord(const std::vector<Key>& keys) {
   for (const Key key : keys) sendKey(key, true);
-  for (auto key = keys.rbegin(); key != keys.rend(); ++key) sendKey(*key, false);
+  std::for_each(keys.rbegin(), keys.rend(), [](Key key) { sendKey(key, false); });
   XSync(display(), False);
 }
 
