@@ -18,8 +18,7 @@ namespace {
 
 using test::FakeNotifier;
 
-constexpr wchar_t kOffNotice[] =
-    L"Monitoring is OFF.\r\nSelect 'All' or a rule to start monitoring.";
+constexpr wchar_t kNotice[] = L"Monitoring is OFF.\r\nSelect 'All' or a rule to start monitoring.";
 
 // "<first>\r\n" to "<last>\r\n".
 std::wstring numberedLines(int first, int last) {
@@ -77,11 +76,11 @@ class MonitorViewTest : public testing::Test {
 };
 
 TEST_F(MonitorViewTest, ShowsTheNoticeWhileMonitoringIsOff) {
-  EXPECT_EQ(view.rebuild(), kOffNotice);
+  EXPECT_EQ(view.rebuild(), kNotice);
   monitor.choose(kFilterAll);
   captureEvents(1, 3);
   monitor.choose(kFilterOff);  // whatever has been captured
-  EXPECT_EQ(view.rebuild(), kOffNotice);
+  EXPECT_EQ(view.rebuild(), kNotice);
   monitor.choose(kFilterAll);
   ASSERT_NE(view.refresh(), nullptr);  // the records were not counted as shown
 }
@@ -210,7 +209,7 @@ TEST_F(MonitorViewTest, CanCutARecordInTheMiddle) {
 }
 
 TEST_F(MonitorViewTest, ForgetsTheTextWhenCleared) {
-  EXPECT_EQ(view.clear(), kOffNotice);
+  EXPECT_EQ(view.clear(), kNotice);
   monitor.choose(kFilterAll);
   captureEvents(1, 3);
   EXPECT_NE(view.rebuild(), L"");

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "tests/support/bytes.h"
 #include "tests/support/child_process.h"
 #include "tests/support/deadline.h"
 #include "tests/support/file_rights.h"
@@ -21,13 +22,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using test::bytesOf;
 using test::ChildProcess;
 using test::contentOf;
 using test::pathOf;
 using test::TempFolder;
 using test::writeFile;
-
-std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 std::optional<std::string> readText(const std::wstring& path, std::size_t maxBytes = SIZE_MAX) {
   const auto bytes = readFile(path, maxBytes);

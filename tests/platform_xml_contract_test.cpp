@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/xml_document.h"
+#include "tests/support/bytes.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/test_sockets.h"
 #include "tests/support/wine.h"
@@ -8,7 +9,7 @@
 namespace quillgate::platform {
 namespace {
 
-std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
+using test::bytesOf;
 
 XmlDocument newDocument() { return XmlDocument::create().value(); }
 

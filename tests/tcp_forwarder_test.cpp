@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <optional>
-#include <random>
 #include <semaphore>
 #include <string>
 #include <thread>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "forwarding/socket_address.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_engine.h"
 #include "tests/support/test_sockets.h"
 
@@ -26,6 +26,7 @@ using platform::Socket;
 using platform::Transport;
 using test::acceptFrom;
 using test::connectToLoopback;
+using test::randomBytes;
 using test::receiveExactly;
 using test::ruleFor;
 using test::sendAll;
@@ -245,14 +246,6 @@ TEST_F(TcpForwarderTest, KeepsTheTargetOfASessionWhenItsRuleChanges) {
   const Socket client = connectToLoopback(port);
   ASSERT_TRUE(sendAll(client, "new"));
   EXPECT_EQ(receiveExactly(acceptFrom(other), 3), "new");
-}
-
-// A stream that both sides can compute, so that every byte is compared.
-std::string randomBytes(std::uint32_t seed, std::size_t size) {
-  std::mt19937 random(seed);
-  std::string bytes(size, '\0');
-  for (char& c : bytes) c = static_cast<char>(random());
-  return bytes;
 }
 
 TEST_F(TcpForwarderTest, MovesRandomBytesBothWaysAtOnceUnchanged) {

@@ -11,6 +11,7 @@
 #include "platform/socket.h"
 #include "platform/xml_document.h"
 #include "tests/faults/fault_layer.h"
+#include "tests/support/bytes.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/test_sockets.h"
 
@@ -18,9 +19,8 @@ namespace quillgate::platform {
 namespace {
 
 using test::asProgram;
+using test::bytesOf;
 using test::Fault;
-
-std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 class PlatformFault : public testing::Test {
  protected:

@@ -16,13 +16,8 @@ namespace {
 using namespace std::chrono_literals;
 using platform::Socket;
 using platform::Transport;
-using platform::WaitResult;
 
 constexpr std::size_t kStreamBytes = 1500;
-
-bool isReadable(const Socket& socket, std::chrono::milliseconds wait = 0ms) {
-  return platform::waitReadable(socket, wait) == WaitResult::readable;
-}
 
 std::string streamOf(const std::string& name) {
   std::string text;

@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 using platform::Socket;
 
-constexpr std::size_t kStreamBytes = 64 << 20;  // more than all buffers on the way hold
+constexpr std::size_t kFloodBytes = 64 << 20;  // more than all buffers on the way hold
 constexpr std::int32_t kSmallBuffer = 4096;
 constexpr std::size_t kSmallReads = 2000;
 
@@ -63,7 +63,7 @@ class SlowPeer : public testing::Test {
   const std::uint16_t port = freePort(platform::Transport::tcp);
   Socket client;
   Socket server;
-  const std::string sent = countingText(kStreamBytes);
+  const std::string sent = countingText(kFloodBytes);
   std::atomic<std::size_t> taken = 0;
   std::thread sender;
 };

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <set>
 #include <string>
 #include <thread>
 
+#include "tests/support/bytes.h"
 #include "tests/support/posix/lossy_network.h"
 #include "tests/support/test_engine.h"
 #include "tests/support/test_sockets.h"
@@ -18,18 +18,12 @@ namespace {
 using platform::Socket;
 using platform::Transport;
 using test::LossyNetwork;
+using test::randomBytes;
 
 Socket boundFar(Transport transport) {
   Socket socket = platform::openIpv4Socket(transport);
   EXPECT_TRUE(platform::bindToAllIpv4(socket, 0));
   return socket;
-}
-
-std::string randomBytes(unsigned seed, std::size_t size) {
-  std::mt19937 random(seed);
-  std::string bytes(size, '\0');
-  for (char& byte : bytes) byte = static_cast<char>(random());
-  return bytes;
 }
 
 class BadNetworkTest : public testing::Test {

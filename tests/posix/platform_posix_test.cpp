@@ -25,6 +25,7 @@
 #include "platform/socket.h"
 #include "platform/system.h"
 #include "platform/thread.h"
+#include "tests/support/bytes.h"
 #include "tests/support/deadline.h"
 #include "tests/support/ordinary_user.h"
 #include "tests/support/temp_folder.h"
@@ -36,9 +37,8 @@ namespace {
 namespace fs = std::filesystem;
 
 using std::string_literals::operator""s;
+using test::bytesOf;
 using test::TempFolder;
-
-std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 // Interrupts the thread that creates it every millisecond.
 class SignalStorm {

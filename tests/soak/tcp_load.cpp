@@ -11,15 +11,10 @@ namespace {
 
 using namespace std::chrono_literals;
 using platform::Socket;
-using platform::WaitResult;
 
 constexpr std::size_t kLargestTransfer = 32 * 1024;  // fits the buffers on the way
 constexpr std::size_t kSmallestFlood = 1 << 20;
 constexpr std::size_t kLongestPauseMicroseconds = 2000;
-
-bool isReadable(const Socket& socket, std::chrono::milliseconds wait = 0ms) {
-  return platform::waitReadable(socket, wait) == WaitResult::readable;
-}
 
 std::uint64_t newNumber() {
   static std::atomic<std::uint64_t> last = 0;

@@ -16,10 +16,6 @@ using platform::Socket;
 constexpr std::size_t kLargestSample = 60000;
 constexpr std::size_t kLongestBurst = 20;
 
-bool isReadable(const Socket& socket, std::chrono::milliseconds wait) {
-  return platform::waitReadable(socket, wait) == platform::WaitResult::readable;
-}
-
 // A number, and bytes that follow from it.
 std::string datagramOf(std::uint32_t number) {
   std::string text(sizeof(number), '\0');

@@ -1,22 +1,16 @@
 #include "tests/support/config_check.h"
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "config/config_file.h"
 #include "core/event_log.h"
 #include "tests/support/fake_notifier.h"
+#include "tests/support/require.h"
 #include "tests/support/temp_folder.h"
 
 namespace quillgate::test {
-namespace {
-
-void require(bool holds, const char* rule) {
-  if (!holds) throw std::logic_error(rule);
-}
-
-}  // namespace
+namespace {}  // namespace
 
 void checkConfig(std::span<const std::byte> file) {
   static const TempFolder folder;

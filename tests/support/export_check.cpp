@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "monitor/traffic_monitor.h"
 #include "tests/support/fake_notifier.h"
+#include "tests/support/require.h"
 
 namespace quillgate::test {
 namespace {
@@ -127,9 +127,8 @@ void checkExport(std::span<const std::byte> bytes) {
     captures.push_back(takeCapture(bytes));
     monitor.capturePayload(captures.back().rule, L"text", captures.back().payload);
   }
-  if (!isMatch(monitor.exportText(filter), slowExport(captures, filter, isAscii))) {
-    throw std::logic_error("another export");
-  }
+  require(isMatch(monitor.exportText(filter), slowExport(captures, filter, isAscii)),
+          "another export");
 }
 
 }  // namespace quillgate::test

@@ -1,11 +1,11 @@
 #include "tests/support/number_check.h"
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "core/text.h"
+#include "tests/support/require.h"
 
 namespace quillgate::test {
 namespace {
@@ -69,8 +69,8 @@ std::uint16_t slowPort(std::wstring_view text) {
 
 void checkNumber(std::span<const std::byte> bytes) {
   const std::wstring text = textFrom(bytes);
-  if (integerFrom(text) != slowInteger(text)) throw std::logic_error("another integer");
-  if (portFrom(text) != slowPort(text)) throw std::logic_error("another port");
+  require(integerFrom(text) == slowInteger(text), "another integer");
+  require(portFrom(text) == slowPort(text), "another port");
 }
 
 }  // namespace quillgate::test

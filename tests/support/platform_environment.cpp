@@ -12,7 +12,7 @@ class PlatformEnvironment final : public testing::Environment {
   void TearDown() override { platform::stopPlatform(); }
 };
 
-[[maybe_unused]] testing::Environment* const kRegistered =
+[[maybe_unused]] testing::Environment* const kEnvironment =
     testing::AddGlobalTestEnvironment(new PlatformEnvironment);
 
 }  // namespace

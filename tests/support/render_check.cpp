@@ -1,20 +1,16 @@
 #include "tests/support/render_check.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "core/text.h"
 #include "monitor/record_renderer.h"
+#include "tests/support/require.h"
 
 namespace quillgate::test {
 namespace {
-
-void require(bool holds, const char* rule) {
-  if (!holds) throw std::logic_error(rule);
-}
 
 // Takes `expected` from the front of `text`.
 void take(std::wstring_view& text, std::wstring_view expected) {

@@ -29,9 +29,7 @@ Socket openOnLoopback(Transport transport) {
   return socket;
 }
 
-bool waitForInput(const Socket& socket) {
-  return platform::waitReadable(socket, kDeadline) == WaitResult::readable;
-}
+bool waitForInput(const Socket& socket) { return isReadable(socket, kDeadline); }
 
 }  // namespace
 
@@ -134,6 +132,10 @@ std::optional<Datagram> receiveNextDatagram(const Socket& socket) {
   if (size < 0) return std::nullopt;
   text.resize(static_cast<std::size_t>(size));
   return Datagram{std::move(text), portOf(sender)};
+}
+
+bool isReadable(const Socket& socket, std::chrono::milliseconds wait) {
+  return platform::waitReadable(socket, wait) == WaitResult::readable;
 }
 
 bool staysQuiet(const Socket& socket, std::chrono::milliseconds time) {

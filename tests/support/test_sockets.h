@@ -80,6 +80,8 @@ struct Datagram {
 };
 [[nodiscard]] std::optional<Datagram> receiveNextDatagram(const platform::Socket& socket);
 
+// Whether something can be received or accepted now or within `wait`.
+[[nodiscard]] bool isReadable(const platform::Socket& socket, std::chrono::milliseconds wait = {});
 // Whether nothing can be received now or for `time` from now.
 [[nodiscard]] bool staysQuiet(const platform::Socket& socket,
                               std::chrono::milliseconds time = std::chrono::milliseconds(100));

@@ -16,7 +16,7 @@ class DescriptorLimitListener final : public testing::EmptyTestEventListener {
   }
 };
 
-[[maybe_unused]] const bool kRegistered = [] {
+[[maybe_unused]] const bool kLimitRegistered = [] {
   testing::UnitTest::GetInstance()->listeners().Append(new DescriptorLimitListener);
   return true;
 }();

@@ -29,7 +29,7 @@ constexpr double kLoss = 0.02;
 constexpr std::chrono::microseconds kMinDelay{1000};
 constexpr std::chrono::microseconds kMaxDelay{8000};
 
-void require(bool holds, const char* what) {
+void orThrow(bool holds, const char* what) {
   if (!holds) throw std::runtime_error(what);
 }
 
@@ -67,14 +67,14 @@ int openDevice(std::uint32_t address) {
   const int device = ::open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC);
   ifreq create = requestFor(kName);
   create.ifr_flags = IFF_TUN | IFF_NO_PI;
-  require(::ioctl(device, TUNSETIFF, &create) == 0, "cannot create a network device");
+  orThrow(::ioctl(device, TUNSETIFF, &create) == 0, "cannot create a network device");
 
   const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   ifreq own = requestWith(kName, address);
   ifreq netmask = requestWith(kName, kNetmask);
   ifreq up = requestFor(kName);
   up.ifr_flags = IFF_UP | IFF_RUNNING;
-  require(::ioctl(socket, SIOCSIFADDR, &own) == 0 &&
+  orThrow(::ioctl(socket, SIOCSIFADDR, &own) == 0 &&
               ::ioctl(socket, SIOCSIFNETMASK, &netmask) == 0 &&
               ::ioctl(socket, SIOCSIFFLAGS, &up) == 0,
           "cannot set up a network device");
@@ -105,7 +105,7 @@ LossyNetwork::~LossyNetwork() {
 LossyNetwork::Network LossyNetwork::makeNetwork(std::uint32_t address) {
   Network made;
   std::thread([&] {
-    require(::unshare(CLONE_NEWNET) == 0, "cannot make a network");
+    orThrow(::unshare(CLONE_NEWNET) == 0, "cannot make a network");
     made.network = ::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     made.device = openDevice(address);
   }).join();
@@ -114,7 +114,7 @@ LossyNetwork::Network LossyNetwork::makeNetwork(std::uint32_t address) {
 
 void LossyNetwork::inNetwork(const Network& network, const std::function<void()>& body) {
   std::thread([&] {
-    require(::setns(network.network, CLONE_NEWNET) == 0, "cannot enter a network");
+    orThrow(::setns(network.network, CLONE_NEWNET) == 0, "cannot enter a network");
     body();
   }).join();
 }

@@ -22,7 +22,7 @@ class ResourceListener final : public testing::EmptyTestEventListener {
   ProcessResources start_;
 };
 
-[[maybe_unused]] const bool kRegistered = [] {
+[[maybe_unused]] const bool kListenerRegistered = [] {
   testing::UnitTest::GetInstance()->listeners().Append(new ResourceListener);
   return true;
 }();

@@ -7,14 +7,14 @@
 namespace quillgate::test {
 namespace {
 
-struct Secondary {
+struct SecondaryKind {
   const char* name;
   int button;
   const wchar_t* className;
   Box outer;
 };
 
-class SecondaryWindowOnWindows : public UiTest, public testing::WithParamInterface<Secondary> {
+class SecondaryWindowOnWindows : public UiTest, public testing::WithParamInterface<SecondaryKind> {
  protected:
   [[nodiscard]] HWND openIt() const {
     sendCommand(handleOf(mainWindow), GetParam().button);
@@ -61,13 +61,13 @@ TEST_P(SecondaryWindowOnWindows, IgnoresCommandsItDoesNotKnow) {
   EXPECT_EQ(all().size(), 1u);
 }
 
-constexpr Secondary kSecondaries[] = {
+constexpr SecondaryKind kSecondaryKinds[] = {
     {"Config", IDC_OPEN_CONFIG, L"QuillgateCfgWnd", {0, 0, 700, 430}},
     {"Monitor", IDC_OPEN_MONITOR, L"QuillgateMonWnd", {0, 0, 980, 560}},
     {"Log", IDC_OPEN_LOG, L"QuillgateLogWnd", {0, 0, 900, 520}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Ui, SecondaryWindowOnWindows, testing::ValuesIn(kSecondaries),
+INSTANTIATE_TEST_SUITE_P(Ui, SecondaryWindowOnWindows, testing::ValuesIn(kSecondaryKinds),
                          [](const auto& secondary) { return secondary.param.name; });
 
 }  // namespace
