@@ -1,13 +1,13 @@
 #!/bin/bash
 # Looks over every source with clang-tidy: cmake/clang_tidy.sh
 #
-# Needs the builds of the presets linux-asan and windows, which tell how each source is compiled. A
-# source that was found clean is not looked at again before it, a header of ours that it includes, or
-# the settings change.
+# Needs the builds of the presets linux-asan and windows, which tell how each source is compiled: alone
+# or together with others. What was found clean is not looked at again before a source, a header of
+# ours that it includes, or the settings change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-clean=build/clang-tidy  # one empty file for each state of a source that was found clean
+clean=build/clang-tidy  # one empty file for each state of sources that was found clean
 mkdir -p "$clean"
 settings=$({ clang-tidy --version && cat .clang-tidy tests/.clang-tidy "$0"; } | sha256sum)
 
@@ -21,17 +21,25 @@ describe() {
   cmake --preset "$1" -B "$clean/$1" -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 }
 
-# Prints, for each source that preset $1 compiles, one line: the preset, the source and the headers
-# of ours that it includes.
-sourcesOf() {
-  ninja -C "build/$1" -t deps | awk -v preset="$1" -v root="$PWD/" '
-    function flush() { if (line ~ /^ [^ ]*[.]cpp/) print preset line; line = "" }
-    /^[^ ]/ { flush() }
-    sub("^ +(" root "|[.][.]/[.][.]/)", "") && !/^build\// { line = line " " $0 }
+# Prints, for each compilation of preset $1, one line: the preset, what the compiler is given, and all
+# the sources and headers of ours in it.
+compilationsOf() {
+  ninja -C "build/$1" -t deps | awk -v preset="$1" -v root="$PWD/" -v clean="$clean/$1/" '
+    function flush() { if (files ~ /[.]cpp( |$)/) print preset, given files }
+    /^[^ ]/ {
+      flush()
+      files = given = ""
+      # The build makes a file that includes the sources that are compiled together.
+      if (sub("[.]obj:$|[.]o:$", "", $1) && $1 ~ "/Unity/") given = clean $1
+    }
+    sub("^ +(" root "|[.][.]/[.][.]/)", "") && !/^build\// {
+      if (given == "" && /[.]cpp$/) given = $0
+      files = files " " $0
+    }
     END { flush() }'
 }
 
-# Looks over source $2 as preset $1 compiles it and makes the file $3 if it is clean.
+# Looks over $2 as preset $1 compiles it and makes the file $3 if it is clean.
 check() {
   local options=
   if [[ $1 == windows ]]; then options=$windowsOptions; fi
@@ -48,16 +56,21 @@ export clean windowsOptions
 
 describe linux-asan
 describe windows
+# Sources that are compiled together are tests.
+cp tests/.clang-tidy "$clean"
 
-# A source that both presets compile is looked at as the first one does.
+# Sources that both presets compile are looked at as the first one does.
 declare -A seen
-while read -r preset source headers; do
-  if [[ -n ${seen[$source]-} ]]; then continue; fi
-  seen[$source]=yes
+while read -r preset given files; do
+  isNew=
+  for file in $files; do
+    if [[ $file == *.cpp && -z ${seen[$file]-} ]]; then isNew=yes seen[$file]=yes; fi
+  done
+  if [[ -z $isNew ]]; then continue; fi
   # shellcheck disable=SC2086
-  state=$(cat - "$source" $headers <<<"$settings" | sha256sum)
-  if [[ ! -e $clean/${state%% *} ]]; then echo "$preset $source $clean/${state%% *}"; fi
-done < <(sourcesOf linux-asan && sourcesOf windows) >"$clean/todo"
+  state=$(cat - $files <<<"$settings" | sha256sum)
+  if [[ ! -e $clean/${state%% *} ]]; then echo "$preset $given $clean/${state%% *}"; fi
+done < <(compilationsOf linux-asan && compilationsOf windows) >"$clean/todo"
 
 while read -r source; do
   if [[ -z ${seen[$source]-} ]]; then
