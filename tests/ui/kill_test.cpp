@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "core/time_stamp.h"
+#include "tests/support/load.h"
 #include "tests/support/test_sockets.h"
 #include "tests/ui/client_flood.h"
 #include "tests/ui/editor_test.h"
@@ -53,7 +54,7 @@ class KilledProgram : public EditorTest {
 };
 
 TEST_F(KilledProgram, LeavesWholeRulesAndWholeLinesAndStartsAgain) {
-  constexpr int kKills = 20;
+  const int kills = load(8, 20);
   RuleSet rules;
   rules[0] = {true, Protocol::udp, port, L"127.0.0.1", localPort(target)};
   files.writeConfig(configBytes(rules));
@@ -70,7 +71,7 @@ TEST_F(KilledProgram, LeavesWholeRulesAndWholeLinesAndStartsAgain) {
   std::mt19937 random(std::random_device{}());
   // Between the middle of the first save and that of the second one, or of a later one.
   const auto range = static_cast<unsigned>(std::max<std::int64_t>(300, saveTime.count()));
-  for (int kill = 1; kill <= kKills; ++kill) {
+  for (int kill = 1; kill <= kills; ++kill) {
     killAtWorkAfter(saveTime / 2 + std::chrono::milliseconds(random() % range), kill);
     const auto left = contentOf(files.configPath);
     EXPECT_TRUE(left == one || left == other) << left.value_or("no file");

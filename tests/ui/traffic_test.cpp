@@ -154,7 +154,7 @@ TEST_F(ProgramWithTraffic, MovesAQuarterGibibyteEachWayAtOnceUnchanged) {
 }
 
 TEST_F(ProgramWithTraffic, EndsAtOnceWithTwoHundredOpenSessionsTimeAndAgain) {
-  closeUnderTraffic({.sessions = 200, .times = load(10, 50)});
+  closeUnderTraffic({.sessions = 200, .times = load(5, 50)});
 }
 
 }  // namespace
