@@ -8,13 +8,15 @@ add_executable(quillgate ${sources})
 target_link_libraries(quillgate PRIVATE quillgate_ui Qt6::Widgets)
 install(TARGETS quillgate)
 
-foreach(file IN ITEMS org.example.quillgate.metainfo.xml quillgate.1)
-  configure_file(packaging/linux/${file}.in ${CMAKE_CURRENT_BINARY_DIR}/packaging/${file} @ONLY)
-endforeach()
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packaging/quillgate.1
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/packaging/org.example.quillgate.metainfo.xml
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+# By which software centres know it. Ids begin with a domain: the project has none, and this one is
+# nobody's.
+set(id org.example.quillgate)
+
+set(made ${CMAKE_CURRENT_BINARY_DIR}/packaging)
+configure_file(packaging/linux/quillgate.1.in ${made}/quillgate.1 @ONLY)
+configure_file(packaging/linux/quillgate.metainfo.xml.in ${made}/${id}.metainfo.xml @ONLY)
+install(FILES ${made}/quillgate.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${made}/${id}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES packaging/linux/quillgate.desktop
         DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 
