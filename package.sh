@@ -10,6 +10,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 source cmake/packages.sh
+source packaging/debian.sh
 
 packages=("${commonPackages[@]}" "${linuxPackages[@]}" "${releasePackages[@]}")
 ensurePackages "${packages[@]}"
@@ -21,17 +22,15 @@ mkdir "$dist"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-makeDebianPackage() {
-  mkdir "$work/quillgate"
-  git archive HEAD | tar --extract --directory "$work/quillgate"
-  (cd "$work/quillgate" && dpkg-buildpackage --build=binary --unsigned-source --unsigned-changes)
-  lintian --allow-root --fail-on=error,warning "$work"/quillgate_*.changes
-  cp "$work"/quillgate_*.deb "$dist"
+makePackages() {
+  mkdir "$work/sources"
+  git archive HEAD | tar --extract --directory "$work/sources"
+  makeDebianPackage "$work/sources" "$dist"
 }
 
 echo "== Making the Debian package (details in dist/package.log)"
 # In a shell of its own: within a condition, a failed command would not end the function.
-(makeDebianPackage) &>"$log" &
+(makePackages) &>"$log" &
 if ! wait $!; then
   tail -n 40 "$log" >&2
   exit 1

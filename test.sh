@@ -35,7 +35,9 @@ case $* in
     exit 2
     ;;
 esac
-if [[ $* != --quick ]]; then packages+=("${windowsPackages[@]}" "${analysisPackages[@]}"); fi
+if [[ $* != --quick ]]; then
+  packages+=("${windowsPackages[@]}" "${analysisPackages[@]}" "${releasePackages[@]}")
+fi
 
 ensurePackages "${packages[@]}" || exit
 startSteps
@@ -52,6 +54,7 @@ step version tests/version_test
   done
   if [[ $* != --quick ]]; then
     step headers compileHeaders
+    step debian-package tests/debian_test
     step valgrind checkMemory
     step clang-tidy cmake/clang_tidy.sh
   fi
