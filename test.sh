@@ -8,8 +8,9 @@
 #   ./test.sh --quick  what to run before every commit, in a few minutes: form, scripts, layers, and
 #                      every test of a debug build on Linux
 #   ./test.sh --long   as without an argument, but loads last longer, each fuzz target searches for
-#                      half an hour, what g++ makes for release on Linux is tested, too, and the
-#                      lines of the windows are counted
+#                      half an hour, what g++ makes for release on Linux is tested, too, the lines
+#                      of the windows are counted, and the Debian package is installed, used,
+#                      upgraded and removed on a clean Debian
 #
 # build/test/<step>.log has what a step printed. Ends with the number of test cases; exits with 0 only
 # if nothing failed.
@@ -71,5 +72,10 @@ step version tests/version_test
     windows-coverage) step window-coverage measureWindowCoverage ;;
   esac
 done
+
+# After all that, as this one needs the package registry and a minute or two of its own.
+if [[ $* == --long ]]; then
+  step debian-life tests/debian_life_test build/debian/quillgate_*.deb
+fi
 
 reportSteps

@@ -53,6 +53,9 @@
     'clang-tidy: checks the sources'
     'gcovr: adds up the covered lines'
     'valgrind: checks the use of memory'
+    'mmdebstrap: makes a clean Debian to install the package on'
+    'uidmap: lets ordinary users do so'
+    'wmctrl: closes a window as its button does'
   )
 
   # To make a release.
