@@ -63,7 +63,7 @@
     'librsvg2-bin: renders the icon'
     'icoutils: puts its sizes into one file for Windows'
     'git: names the files that are released'
-    'dpkg-dev: makes the Debian package'
+    'build-essential: makes Debian packages'
     'debhelper: knows how'
     'lintian: checks it'
   )
