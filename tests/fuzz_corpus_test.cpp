@@ -9,6 +9,7 @@
 #include "tests/support/config_check.h"
 #include "tests/support/export_check.h"
 #include "tests/support/number_check.h"
+#include "tests/support/own_folder.h"
 #include "tests/support/render_check.h"
 #include "tests/support/temp_folder.h"
 
@@ -20,9 +21,8 @@ namespace fs = std::filesystem;
 void replay(const std::string& corpus,
             const std::function<void(std::span<const std::byte>)>& check) {
   std::size_t inputs = 0;
-  for (const auto& entry :
-       fs::directory_iterator(fs::path(QUILLGATE_TESTS_FOLDER) / "fuzz" / "corpus" / corpus)) {
-    const auto content = test::contentOf(entry.path().wstring());
+  for (const auto& entry : fs::directory_iterator(test::testData("corpus") / corpus)) {
+    const auto content = test::contentOf(test::wideTextOf(entry.path()));
     ASSERT_TRUE(content) << entry.path();
     EXPECT_NO_THROW(check(std::as_bytes(std::span(*content)))) << entry.path();
     ++inputs;

@@ -8,13 +8,14 @@
 #include <random>
 
 #include "platform/system.h"
+#include "tests/support/deadline.h"
 
 namespace quillgate::test {
 
 namespace fs = std::filesystem;
 
 TempFolder::TempFolder() {
-  const fs::path base = fs::canonical(fs::temp_directory_path());
+  const fs::path base = temporaryFolder();
   std::random_device random;
   fs::path folder;
   do {
@@ -25,8 +26,11 @@ TempFolder::TempFolder() {
 
 TempFolder::~TempFolder() {
   std::error_code error;
-  fs::remove_all(pathOf(path_), error);
-  EXPECT_FALSE(error) << error.message();
+  // A scanner may look at what was written last.
+  EXPECT_TRUE(eventually([&] {
+    fs::remove_all(pathOf(path_), error);
+    return !error;
+  })) << error.message();
 }
 
 std::wstring TempFolder::file(const std::wstring& name) const {

@@ -28,6 +28,10 @@ class TempFolder {
   std::wstring path_;
 };
 
+// Where the system keeps temporary files: the full name of the folder, without links and short
+// names.
+[[nodiscard]] std::filesystem::path temporaryFolder();
+
 // The same path for the standard library, whatever the locale, and back.
 [[nodiscard]] std::filesystem::path pathOf(const std::wstring& path);
 [[nodiscard]] std::wstring wideTextOf(const std::filesystem::path& path);

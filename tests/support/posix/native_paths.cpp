@@ -4,10 +4,12 @@
 
 namespace quillgate::test {
 
-std::filesystem::path pathOf(const std::wstring& path) { return platform::toBytes(path); }
+namespace fs = std::filesystem;
 
-std::wstring wideTextOf(const std::filesystem::path& path) {
-  return platform::toWide(path.native());
-}
+fs::path temporaryFolder() { return fs::canonical(fs::temp_directory_path()); }
+
+fs::path pathOf(const std::wstring& path) { return platform::toBytes(path); }
+
+std::wstring wideTextOf(const fs::path& path) { return platform::toWide(path.native()); }
 
 }  // namespace quillgate::test
