@@ -32,11 +32,16 @@ void press(const Window& dialog, Answer answer);
 [[nodiscard]] std::wstring messageOf(const Window& box);
 [[nodiscard]] bool hasErrorIconAndOneButton(const Window& box);
 
-// A file dialog: its name field and what stands in it; the types it offers, with "> " before the
-// selected one; typing a name and confirming it.
+// A file dialog: its name field; whether this stands in it, which may lack the extension where the
+// system hides those; the types it offers, with "> " before the selected one; typing a name and
+// confirming it.
 [[nodiscard]] Control nameField(const Window& fileDialog);
-[[nodiscard]] std::wstring nameIn(const Window& fileDialog);
+[[nodiscard]] bool proposes(const Window& fileDialog, const std::wstring& name);
 [[nodiscard]] std::vector<std::wstring> typesIn(const Window& fileDialog);
 void confirmName(const Window& fileDialog, const std::wstring& name);
+
+// Whether a dialog that asks for a file to save to opens it and complains itself where it cannot be
+// written.
+[[nodiscard]] bool dialogsOpenTheirFile();
 
 }  // namespace quillgate::test

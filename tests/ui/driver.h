@@ -130,6 +130,10 @@ class Window : public Control {
   void close() const;
 };
 
+// Whether the screen shows a window larger than it is in its own pixels: then colours can be told,
+// but not the edges between them.
+[[nodiscard]] bool isShownScaled(const Window& window);
+
 // The colour that the screen shows at this point of a control.
 [[nodiscard]] Color screenPixel(const Control& control, Point point);
 

@@ -74,7 +74,7 @@ TEST_F(MonitorExport, ProposesMonitorTxtAndDoesNothingWhenCancelled) {
   const std::vector<std::wstring> messages = files.logMessages();
   const Window dialog = saveDialog();
   ASSERT_TRUE(dialog.isThere());
-  EXPECT_EQ(nameIn(dialog), L"monitor.txt");
+  EXPECT_TRUE(proposes(dialog, L"monitor.txt"));
   EXPECT_THAT(typesIn(dialog), ElementsAre(L"> Text files (*.txt)", L"All files (*.*)"));
   press(dialog, Answer::cancel);
   EXPECT_TRUE(isUsableAgain(window));
@@ -104,6 +104,7 @@ TEST_F(MonitorExport, AsksBeforeItReplacesAFile) {
 }
 
 TEST_F(MonitorExport, ReportsAFileThatCannotBeWrittenAndLogsNothing) {
+  if (dialogsOpenTheirFile()) GTEST_SKIP() << "the dialog itself refuses such a file";
   const std::wstring path = exports.file(L"records.txt");
   writeFile(path, "former");
   const UnwritableFile unwritable(path);

@@ -6,10 +6,16 @@
 #include "core/app_paths.h"
 #include "core/time_stamp.h"
 #include "tests/support/deadline.h"
+#include "tests/support/own_folder.h"
 #include "tests/support/temp_folder.h"
 #include "ui/main_view.h"
 
 namespace quillgate::test {
+
+std::wstring programFolder() {
+  // This test program stands in the folder `tests` beside it.
+  return wideTextOf(ownFolder().parent_path());
+}
 
 std::wstring utf16leText(const std::string& bytes) {
   std::wstring text;

@@ -54,6 +54,9 @@ struct Launch {
   std::wstring desktop{};        // empty: ours; Windows
 };
 
+// Makes, in a folder that is empty, one that a system can name as the user's data folder.
+[[nodiscard]] std::wstring makeDataFolder(const std::wstring& folder);
+
 // A start on a system that names no data folder for the user, in this folder.
 [[nodiscard]] Launch launchWithoutDataFolder(const std::wstring& workingFolder);
 

@@ -97,7 +97,7 @@ TEST_F(StartUp, UsesTheWorkingFolderWhenThereIsNoDataFolder) {
               ElementsAre(L"XML not found -> using defaults. Path=" + path, L"Saved XML: " + path,
                           L"Starting server...", L"Server started."));
   EXPECT_EQ(contentOf(here.configPath), configBytes(RuleSet{}));
-  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+  EXPECT_TRUE(std::filesystem::is_empty(pathOf(dataFolder)));
   EXPECT_EQ(program->close(), 0);
 }
 
@@ -110,7 +110,7 @@ TEST_F(StartUp, RunsWithoutFilesWhenTheDataFolderCannotBeCreated) {
 }
 
 TEST_F(StartUp, IgnoresTheCommandLine) {
-  start({.dataFolder = folder.path(), .arguments = {L"/?", L"--stopped", L"config=other.xml"}});
+  start({.dataFolder = dataFolder, .arguments = {L"/?", L"--stopped", L"config=other.xml"}});
   EXPECT_TRUE(files.waitForLog(L"Server started."));
   EXPECT_EQ(startStop().text(), L"Stop server");
   EXPECT_EQ(program->close(), 0);

@@ -36,7 +36,7 @@ class UiTest : public testing::Test {
     // The server is started once the window is shown.
     ASSERT_TRUE(eventually([this] { return startStop().text() == startStopCaption(true); }));
   }
-  void start() { start({.dataFolder = folder.path()}); }
+  void start() { start({.dataFolder = dataFolder}); }
 
   [[nodiscard]] Control mainControl(const std::wstring& name) const {
     return mainWindow.control(name);
@@ -58,7 +58,8 @@ class UiTest : public testing::Test {
   }
 
   TempFolder folder;
-  ProgramFiles files{folder.path()};
+  const std::wstring dataFolder = makeDataFolder(folder.path());
+  ProgramFiles files{dataFolder};
   std::unique_ptr<Program> program;
   Window mainWindow;
 };

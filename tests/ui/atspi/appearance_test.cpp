@@ -17,7 +17,7 @@ namespace {
 class ScaledWindows : public EditorTest, public testing::WithParamInterface<double> {
  protected:
   void SetUp() override {
-    start({.dataFolder = folder.path(),
+    start({.dataFolder = dataFolder,
            .environment = {{"QT_SCALE_FACTOR", std::to_string(GetParam())}}});
   }
 
@@ -98,7 +98,7 @@ class DarkDesktop : public EditorTest {
     }
     writeFile(settings_.file(L"kdeglobals"), colors);
     const std::string folderOfSettings = pathOf(settings_.path()).string();
-    start({.dataFolder = folder.path(),
+    start({.dataFolder = dataFolder,
            .environment = {{"XDG_CURRENT_DESKTOP", "KDE"},
                            {"KDE_SESSION_VERSION", "5"},
                            {"XDG_CONFIG_HOME", folderOfSettings}}});

@@ -125,7 +125,10 @@ Control nameField(const Window& fileDialog) {
                    }));
 }
 
-std::wstring nameIn(const Window& fileDialog) { return nameField(fileDialog).text(); }
+bool proposes(const Window& fileDialog, const std::wstring& name) {
+  const Control field = nameField(fileDialog);
+  return field.isThere() && field.text() == name;
+}
 
 std::vector<std::wstring> typesIn(const Window& fileDialog) {
   for (const Accessible& list : inside(fileDialog, ATSPI_ROLE_COMBO_BOX)) {
@@ -144,5 +147,7 @@ void confirmName(const Window& fileDialog, const std::wstring& name) {
   nameField(fileDialog).setText(name);
   press(fileDialog, Answer::accept);
 }
+
+bool dialogsOpenTheirFile() { return false; }
 
 }  // namespace quillgate::test

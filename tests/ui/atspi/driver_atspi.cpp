@@ -254,6 +254,8 @@ Window Window::owner() const {
 
 void Window::close() const { x11::close(idOf(*this)); }
 
+bool isShownScaled(const Window&) { return false; }
+
 Color screenPixel(const Control& control, Point point) {
   const Box place = control.screenPlace();
   return x11::pixel({place.x + point.x, place.y + point.y});

@@ -14,7 +14,7 @@ using Environment = std::map<std::string, std::string>;
 class StartUpOnLinux : public UiTest {
  protected:
   [[nodiscard]] Launch launchWith(const Environment& environment) {
-    return {.dataFolder = folder.path(), .environment = environment, .outputFile = output};
+    return {.dataFolder = dataFolder, .environment = environment, .outputFile = output};
   }
   // Whether the program says that there is no display, in one line, ends with 1 and leaves no file.
   [[nodiscard]] bool endsWithoutDisplay(const Environment& environment) {
@@ -23,7 +23,7 @@ class StartUpOnLinux : public UiTest {
     program = std::make_unique<Program>(launch);
     return program->waitForExit() == 1 &&
            contentOf(output) == "quillgate: there is no display that can be used.\n" &&
-           std::filesystem::is_empty(pathOf(folder.path()));
+           std::filesystem::is_empty(pathOf(dataFolder));
   }
 
   TempFolder outputs;

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cwchar>
 
 #include "tests/support/deadline.h"
+#include "tests/support/wine.h"
 
 namespace quillgate::test {
 
@@ -29,6 +31,42 @@ Box inkIn(HDC context, const Box& area) {
   return {0, 0, right - left + 1, bottom - top + 1};
 }
 
+// How wide and high the text is that the screen shows inside a control with an even background.
+Box screenInk(HWND control) {
+  const Box size = clientSize(control);
+  POINT origin{0, 0};
+  ClientToScreen(control, &origin);
+  const HDC screen = GetDC(nullptr);
+  const int frame = classOf(control) == L"Button" ? 4 : 0;
+  const Box ink = inkIn(screen, {origin.x + frame, origin.y + frame, size.width - 2 * frame,
+                                 size.height - 2 * frame});
+  ReleaseDC(nullptr, screen);
+  return ink;
+}
+
+// How wide and high `text` is in the program's font.
+Box inkOfText(const std::wstring& text) {
+  LOGFONTW look{};
+  look.lfHeight = -14;
+  look.lfWeight = FW_NORMAL;
+  std::wcscpy(look.lfFaceName, L"Segoe UI");
+  const HFONT font = CreateFontIndirectW(&look);
+  const HDC screen = GetDC(nullptr);
+  const HDC memory = CreateCompatibleDC(screen);
+  const HBITMAP bitmap = CreateCompatibleBitmap(screen, 400, 40);
+  SelectObject(memory, bitmap);
+  SelectObject(memory, font);
+  RECT area{0, 0, 400, 40};
+  FillRect(memory, &area, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+  DrawTextW(memory, text.c_str(), -1, &area, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+  const Box ink = inkIn(memory, {0, 0, 400, 40});
+  DeleteDC(memory);
+  DeleteObject(bitmap);
+  DeleteObject(font);
+  ReleaseDC(nullptr, screen);
+  return ink;
+}
+
 // All texts of a list, by the messages that give their number, a length and a text. The list may
 // change meanwhile: then they are those of no one moment.
 std::vector<std::wstring> textsIn(HWND list, UINT countMessage, UINT lengthMessage,
@@ -46,6 +84,19 @@ std::vector<std::wstring> textsIn(HWND list, UINT countMessage, UINT lengthMessa
   }
   return texts;
 }
+
+// While it lives, this thread counts in pixels of the screen.
+class ScreenPixels {
+ public:
+  ScreenPixels() = default;
+  ~ScreenPixels() { SetThreadDpiAwarenessContext(former_); }
+  ScreenPixels(const ScreenPixels&) = delete;
+  ScreenPixels& operator=(const ScreenPixels&) = delete;
+
+ private:
+  DPI_AWARENESS_CONTEXT former_ =
+      SetThreadDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE);
+};
 
 INPUT keyInput(WORD key, DWORD flags) {
   INPUT input{};
@@ -107,6 +158,12 @@ void typeChord(const std::vector<WORD>& keys) {
   sendInput(inputs);
 }
 
+void bringToFront(HWND window) {
+  // Windows heeds only a process that the last input came from. The mouse stays where it is.
+  sendInput({mouseInput(MOUSEEVENTF_MOVE)});
+  SetForegroundWindow(window);
+}
+
 MouseDrag::MouseDrag(POINT from) {
   moveTo(from);
   sendInput({mouseInput(MOUSEEVENTF_LEFTDOWN)});
@@ -158,6 +215,15 @@ DWORD styleOf(HWND window) { return static_cast<DWORD>(GetWindowLongW(window, GW
 
 DWORD exStyleOf(HWND window) { return static_cast<DWORD>(GetWindowLongW(window, GWL_EXSTYLE)); }
 
+DWORD givenStyleOf(HWND control) {
+  DWORD added = WS_CLIPSIBLINGS;
+  if (!runsUnderWine()) {
+    if (classOf(control) == L"ComboBox") added |= CBS_HASSTRINGS;
+    if (classOf(control) == L"ListBox") added |= LBS_HASSTRINGS;
+  }
+  return styleOf(control) & ~added;
+}
+
 Box screenPlace(HWND window) {
   RECT outer{};
   GetWindowRect(window, &outer);
@@ -199,47 +265,36 @@ std::vector<HWND> childrenOf(HWND window) {
   return children;
 }
 
+bool isShownScaled(HWND window) {
+  const Box place = screenPlace(window);
+  POINT left{place.x, place.y};
+  POINT right{place.x + place.width, place.y};
+  LogicalToPhysicalPointForPerMonitorDPI(window, &left);
+  LogicalToPhysicalPointForPerMonitorDPI(window, &right);
+  return right.x - left.x != place.width;
+}
+
 COLORREF screenPixel(HWND window, int x, int y) {
   POINT point{x, y};
   ClientToScreen(window, &point);
+  // Neither the program nor this knows of scaling; the screen counts its own pixels.
+  LogicalToPhysicalPointForPerMonitorDPI(window, &point);
+  const ScreenPixels unscaled;
   const HDC screen = GetDC(nullptr);
   const COLORREF color = GetPixel(screen, point.x, point.y);
   ReleaseDC(nullptr, screen);
   return color;
 }
 
-Box screenInk(HWND control) {
-  const Box size = clientSize(control);
-  POINT origin{0, 0};
-  ClientToScreen(control, &origin);
-  const HDC screen = GetDC(nullptr);
-  const int frame = classOf(control) == L"Button" ? 4 : 0;
-  const Box ink = inkIn(screen, {origin.x + frame, origin.y + frame, size.width - 2 * frame,
-                                 size.height - 2 * frame});
-  ReleaseDC(nullptr, screen);
-  return ink;
-}
-
-Box inkOfText(const std::wstring& text) {
-  LOGFONTW look{};
-  look.lfHeight = -14;
-  look.lfWeight = FW_NORMAL;
-  std::wcscpy(look.lfFaceName, L"Segoe UI");
-  const HFONT font = CreateFontIndirectW(&look);
-  const HDC screen = GetDC(nullptr);
-  const HDC memory = CreateCompatibleDC(screen);
-  const HBITMAP bitmap = CreateCompatibleBitmap(screen, 400, 40);
-  SelectObject(memory, bitmap);
-  SelectObject(memory, font);
-  RECT area{0, 0, 400, 40};
-  FillRect(memory, &area, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
-  DrawTextW(memory, text.c_str(), -1, &area, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
-  const Box ink = inkIn(memory, {0, 0, 400, 40});
-  DeleteDC(memory);
-  DeleteObject(bitmap);
-  DeleteObject(font);
-  ReleaseDC(nullptr, screen);
-  return ink;
+bool showsItsTextInTheProgramsFont(HWND control) {
+  // On Windows edges of characters are smoothed, so that the outermost pixel is a matter of taste.
+  const int tolerance = runsUnderWine() ? 0 : 1;
+  const Box expected = inkOfText(textOf(control));
+  return eventually([&] {
+    const Box ink = screenInk(control);
+    return std::abs(ink.width - expected.width) <= tolerance &&
+           std::abs(ink.height - expected.height) <= tolerance;
+  });
 }
 
 std::vector<std::wstring> linesOf(HWND listBox) {

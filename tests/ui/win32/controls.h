@@ -28,6 +28,9 @@ void typeKeys(const std::vector<WORD>& keys);
 // Presses these keys one after the other and releases them in the opposite order.
 void typeChord(const std::vector<WORD>& keys);
 
+// Makes this the window that has the keyboard.
+void bringToFront(HWND window);
+
 // A mouse button that is held down from a point of the screen on, until the object goes.
 class MouseDrag {
  public:
@@ -61,6 +64,8 @@ class FullDragging {
 [[nodiscard]] std::wstring classOf(HWND window);
 [[nodiscard]] DWORD styleOf(HWND window);
 [[nodiscard]] DWORD exStyleOf(HWND window);
+// The style of a control as the program gave it: without what systems add by themselves.
+[[nodiscard]] DWORD givenStyleOf(HWND control);
 
 // Where a window stands on the screen.
 [[nodiscard]] Box screenPlace(HWND window);
@@ -76,13 +81,17 @@ void setClientSize(HWND window, int width, int height);
 // The children in front-to-back order, which is the order in which they were created.
 [[nodiscard]] std::vector<HWND> childrenOf(HWND window);
 
+// Whether the screen shows a window larger than it is in its own pixels, and what a test says that
+// is skipped for this.
+[[nodiscard]] bool isShownScaled(HWND window);
+inline constexpr const char* kScaled = "the screen is scaled: it shows no exact edges";
+
 // The colour the screen shows at a point of the window's client area.
 [[nodiscard]] COLORREF screenPixel(HWND window, int x, int y);
 
-// How wide and high the text is that the screen shows inside a control with an even background.
-[[nodiscard]] Box screenInk(HWND control);
-// How wide and high `text` is in the program's font.
-[[nodiscard]] Box inkOfText(const std::wstring& text);
+// Waits until the screen shows the text of a control with an even background as wide and as high as
+// it is in the program's font.
+[[nodiscard]] bool showsItsTextInTheProgramsFont(HWND control);
 
 // The lines of a list box, the items of a combo box.
 [[nodiscard]] std::vector<std::wstring> linesOf(HWND listBox);

@@ -2,12 +2,15 @@
 
 #include "tests/ui/dialogs.h"
 // After windows.h.
+#include <commctrl.h>
 #include <dlgs.h>
+#include <shlobj.h>
 
 #include <array>
 #include <functional>
 
 #include "tests/support/deadline.h"
+#include "tests/support/wine.h"
 #include "tests/ui/win32/controls.h"
 #include "tests/ui/win32/program.h"
 
@@ -62,6 +65,26 @@ std::wstring titleOf(HWND window) {
   return title.data();
 }
 
+// Whether the dialog may be the one that is waited for. The system's own have titles in its
+// language.
+bool isTitled(HWND dialog, const std::wstring& title) {
+  const bool isOfSystem = title == L"Open" || title == L"Save As";
+  const bool isEnglish = PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_ENGLISH;
+  return title.empty() || titleOf(dialog) == title || (isOfSystem && !isEnglish);
+}
+
+// Questions and complaints of newer file dialogs, whose buttons have no numbers.
+bool isTaskDialog(HWND dialog) {
+  return FindWindowExW(dialog, nullptr, L"DirectUIHWND", nullptr) != nullptr;
+}
+
+// Whether the system shows the names of files without their extensions.
+bool hidesExtensions() {
+  SHELLFLAGSTATE state{};
+  SHGetSettings(&state, SSF_SHOWEXTENSIONS);
+  return state.fShowExtensions == 0;
+}
+
 int idOf(Answer answer) {
   switch (answer) {
     case Answer::cancel:
@@ -85,7 +108,7 @@ Window waitForDialog(const Window& owner, const std::wstring& title) {
   static_cast<void>(eventually([&] {
     for (const HWND dialog : topLevelWindows(process, L"#32770", nullptr)) {
       if (IsWindowVisible(dialog) && GetWindow(dialog, GW_OWNER) == window &&
-          (title.empty() || titleOf(dialog) == title)) {
+          isTitled(dialog, title)) {
         found = dialog;
       }
     }
@@ -110,11 +133,22 @@ bool waitUntilClosed(const Window& dialog) {
 }
 
 Control buttonOf(const Window& dialog, Answer answer) {
-  return windowOf(GetDlgItem(handleOf(dialog), idOf(answer)));
+  const HWND window = handleOf(dialog);
+  const HWND button = GetDlgItem(window, idOf(answer));
+  // On Windows the only button of a message box has the number of "Cancel", for the sake of Escape.
+  const bool isOnlyButton = button == nullptr && answer == Answer::accept && !runsUnderWine();
+  return windowOf(isOnlyButton ? GetDlgItem(window, IDCANCEL) : button);
 }
 
 void press(const Window& dialog, Answer answer) {
-  PostMessageW(handleOf(dialog), WM_COMMAND, MAKEWPARAM(idOf(answer), 0), 0);
+  const HWND window = handleOf(dialog);
+  if (isTaskDialog(window)) {
+    PostMessageW(window, TDM_CLICK_BUTTON, static_cast<WPARAM>(idOf(answer)), 0);
+    return;
+  }
+  const HWND button = handleOf(buttonOf(dialog, answer));
+  PostMessageW(window, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(button), BN_CLICKED),
+               reinterpret_cast<LPARAM>(button));
 }
 
 std::wstring messageOf(const Window& box) {
@@ -124,18 +158,25 @@ std::wstring messageOf(const Window& box) {
 
 bool hasErrorIconAndOneButton(const Window& box) {
   int errorIcons = 0;
-  std::vector<int> buttons;
+  std::vector<HWND> buttons;
   for (const HWND child : childrenOf(handleOf(box))) {
-    if (classOf(child) == L"Button") buttons.push_back(GetDlgCtrlID(child));
+    if (classOf(child) == L"Button") buttons.push_back(child);
     const bool icon = classOf(child) == L"Static" && (styleOf(child) & SS_TYPEMASK) == SS_ICON;
     if (icon && eventually([&] { return showsRed(child); })) ++errorIcons;
   }
-  return errorIcons == 1 && buttons == std::vector<int>{IDOK};
+  return errorIcons == 1 && buttons == std::vector{handleOf(buttonOf(box, Answer::accept))};
 }
 
 Control nameField(const Window& fileDialog) { return windowOf(nameField(handleOf(fileDialog))); }
 
-std::wstring nameIn(const Window& fileDialog) { return nameField(fileDialog).text(); }
+bool proposes(const Window& fileDialog, const std::wstring& name) {
+  const std::wstring base = name.substr(0, name.rfind(L'.'));
+  return eventually([&] {
+    const Control field = nameField(fileDialog);
+    const std::wstring proposed = field.text();
+    return field.isThere() && (proposed == name || (hidesExtensions() && proposed == base));
+  });
+}
 
 std::vector<std::wstring> typesIn(const Window& fileDialog) {
   const HWND list = typeList(handleOf(fileDialog));
@@ -145,8 +186,15 @@ std::vector<std::wstring> typesIn(const Window& fileDialog) {
 }
 
 void confirmName(const Window& fileDialog, const std::wstring& name) {
-  nameField(fileDialog).setText(name);
+  // A dialog may be shown before all of it is there.
+  static_cast<void>(eventually([&] {
+    nameField(fileDialog).setText(name);
+    return nameField(fileDialog).text() == name;
+  }));
   press(fileDialog, Answer::accept);
 }
+
+// Without the flag OFN_SHAREAWARE, Windows' do.
+bool dialogsOpenTheirFile() { return !runsUnderWine(); }
 
 }  // namespace quillgate::test

@@ -177,7 +177,7 @@ void Window::moveTo(Point corner) const {
 
 bool Window::isActive() const { return GetForegroundWindow() == handleOf(*this); }
 
-void Window::activate() const { SetForegroundWindow(handleOf(*this)); }
+void Window::activate() const { bringToFront(handleOf(*this)); }
 
 Window::State Window::state() const {
   const HWND window = handleOf(*this);
@@ -194,6 +194,8 @@ void Window::restore() const { ShowWindow(handleOf(*this), SW_RESTORE); }
 Window Window::owner() const { return windowOf(GetWindow(handleOf(*this), GW_OWNER)); }
 
 void Window::close() const { PostMessageW(handleOf(*this), WM_SYSCOMMAND, SC_CLOSE, 0); }
+
+bool isShownScaled(const Window& window) { return isShownScaled(handleOf(window)); }
 
 Color screenPixel(const Control& control, Point point) {
   const COLORREF color = screenPixel(handleOf(control), point.x, point.y);

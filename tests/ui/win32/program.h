@@ -37,7 +37,22 @@ struct NativeProcess {
 // The path of a library that stands in for one of the system's.
 [[nodiscard]] std::wstring fakeLibrary(const std::wstring& name);
 
-// A text value in the registry that is as given while the object lives.
+// A variable of this process's environment, and of the programs that it starts, that is as given
+// while the object lives.
+class EnvironmentSetting {
+ public:
+  EnvironmentSetting(std::wstring name, const std::wstring& value);
+  ~EnvironmentSetting();
+  EnvironmentSetting(const EnvironmentSetting&) = delete;
+  EnvironmentSetting& operator=(const EnvironmentSetting&) = delete;
+
+ private:
+  std::wstring name_;
+  std::optional<std::wstring> former_;
+};
+
+// A text value in the registry that is as given while the object lives. Under wine, where the
+// registry is the tests' own; on Windows it would be the user's.
 class RegistrySetting {
  public:
   RegistrySetting(HKEY root, const std::wstring& key, std::wstring name, const std::wstring& value);
@@ -52,8 +67,21 @@ class RegistrySetting {
   std::optional<DWORD> formerType_;  // nothing: there was no such value
 };
 
+// Names this folder, which makeDataFolder() has made, as the user's data folder to programs that
+// are started while the object lives.
+class DataFolderSetting {
+ public:
+  explicit DataFolderSetting(const std::wstring& folder);
+
+ private:
+  std::optional<RegistrySetting> registry_;
+  std::optional<EnvironmentSetting> environment_;
+};
+
 // A copy of the program that finds one of our stand-ins in the place of ws2_32.dll. The program
-// must have ended when the object goes.
+// must have ended when the object goes. Under wine; elsewhere a test is skipped and says this:
+inline constexpr const char* kNoStandIn =
+    "Windows takes ws2_32.dll from its own folder: nothing can stand in for it";
 class ProgramOnOtherSockets {
  public:
   explicit ProgramOnOtherSockets(const std::wstring& library);

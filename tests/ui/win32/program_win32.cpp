@@ -4,6 +4,7 @@
 
 #include "tests/support/deadline.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/wine.h"
 #include "tests/ui/win32/program.h"
 
 namespace quillgate::test {
@@ -14,17 +15,41 @@ constexpr DWORD deadlineMilliseconds() {
   return static_cast<DWORD>(std::chrono::milliseconds(kDeadline).count());
 }
 
+// What a profile has at least: the system's dialogs complain where they miss the desktop.
+void makeProfile(const std::wstring& folder) {
+  for (const wchar_t* name : {L"Desktop", L"Documents", L"AppData\\Roaming"}) {
+    std::filesystem::create_directories(folder + L"\\" + name);
+  }
+}
+
 }  // namespace
 
-std::wstring programFolder() {
-  std::wstring path(MAX_PATH, L'\0');
-  path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
-  // This test program stands in the folder `tests` beside it.
-  return std::filesystem::path(path).parent_path().parent_path().wstring();
+std::wstring makeDataFolder(const std::wstring& folder) {
+  makeProfile(folder);
+  std::wstring dataFolder = folder + L"\\AppData\\Local";
+  std::filesystem::create_directory(dataFolder);
+  return dataFolder;
+}
+
+Launch launchWithoutDataFolder(const std::wstring& workingFolder) {
+  makeProfile(workingFolder);
+  return {.dataFolder = workingFolder + L"\\AppData\\Local", .workingFolder = workingFolder};
 }
 
 std::wstring fakeLibrary(const std::wstring& name) {
   return programFolder() + L"\\tests\\fakes\\" + name + L".dll";
+}
+
+EnvironmentSetting::EnvironmentSetting(std::wstring name, const std::wstring& value)
+    : name_(std::move(name)) {
+  std::array<wchar_t, 1024> former;
+  const DWORD length = GetEnvironmentVariableW(name_.c_str(), former.data(), former.size());
+  if (length > 0 && length < former.size()) former_ = former.data();
+  SetEnvironmentVariableW(name_.c_str(), value.c_str());
+}
+
+EnvironmentSetting::~EnvironmentSetting() {
+  SetEnvironmentVariableW(name_.c_str(), former_ ? former_->c_str() : nullptr);
 }
 
 RegistrySetting::RegistrySetting(HKEY root, const std::wstring& key, std::wstring name,
@@ -58,6 +83,20 @@ RegistrySetting::~RegistrySetting() {
   RegCloseKey(key_);
 }
 
+// On Windows the folder lies below the profile that the environment names: the registry says
+// "%USERPROFILE%\AppData\Local". Wine takes the profile from elsewhere, but the folder as the
+// registry says.
+DataFolderSetting::DataFolderSetting(const std::wstring& folder) {
+  if (runsUnderWine()) {
+    registry_.emplace(HKEY_CURRENT_USER,
+                      L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+                      L"Local AppData", folder);
+  } else {
+    const auto profile = std::filesystem::path(folder).parent_path().parent_path();
+    environment_.emplace(L"USERPROFILE", profile.native());
+  }
+}
+
 ProgramOnOtherSockets::ProgramOnOtherSockets(const std::wstring& library)
     : noOtherLibrary_(HKEY_CURRENT_USER,
                       L"Software\\Wine\\AppDefaults\\quillgate.exe\\DllOverrides", L"ws2_32",
@@ -66,20 +105,12 @@ ProgramOnOtherSockets::ProgramOnOtherSockets(const std::wstring& library)
   std::filesystem::copy(fakeLibrary(library), folder_.path() + L"\\ws2_32.dll");
 }
 
-Launch launchWithoutDataFolder(const std::wstring& workingFolder) {
-  return {.dataFolder = workingFolder + L"\\missing", .workingFolder = workingFolder};
-}
-
 Program::Program(const Launch& launch) {
   const std::wstring folder = launch.programFolder.empty() ? programFolder() : launch.programFolder;
   const std::wstring executable = folder + L"\\quillgate.exe";
   std::wstring commandLine = L"\"" + executable + L"\"";
   for (const std::wstring& argument : launch.arguments) commandLine += L" " + argument;
-  // Other programs see this too, so it is so only until the program has come up.
-  const RegistrySetting localAppData(
-      HKEY_CURRENT_USER,
-      L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
-      L"Local AppData", launch.dataFolder);
+  const DataFolderSetting dataFolder(launch.dataFolder);  // until the program has come up
 
   std::wstring desktop = launch.desktop;
   STARTUPINFOW startup{};
@@ -97,6 +128,7 @@ Program::Program(const Launch& launch) {
     return mainWindow().isThere() || windowOfClass(*this, L"#32770") != nullptr || hasEnded();
   });
   if (!up) throw std::runtime_error("quillgate.exe does not come up");
+  if (mainWindow().isThere() && !mainWindow().isActive()) mainWindow().activate();
 }
 
 Program::~Program() {
