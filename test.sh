@@ -68,7 +68,10 @@ step version tests/version_test
       step coverage measureCoverage
       step installation tests/install_test build/linux-coverage
       ;;
-    windows) step program-version tests/version_test build/windows/quillgate.exe ;;
+    windows)
+      step program-version tests/version_test build/windows/quillgate.exe
+      step windows-archive tests/windows_archive_test build/windows
+      ;;
     windows-coverage) step window-coverage measureWindowCoverage ;;
   esac
 done

@@ -43,6 +43,8 @@
     'dbus: the bus of a session, which that service is on'
     'libx11-dev: windows as the display knows them'
     'libxtst-dev: mouse and keyboard'
+    'zip: packs the tests for Windows'
+    'unzip: unpacks them elsewhere'
   )
 
   # To look closer at what is tested.
@@ -66,6 +68,7 @@
     'build-essential: makes Debian packages'
     'debhelper: knows how'
     'lintian: checks it'
+    'zip: packs the tests for Windows'
   )
 }
 

@@ -29,7 +29,7 @@ std::wstring systemNameOf(const Control& control) {
   self.lVal = CHILDID_SELF;
   BSTR text = nullptr;
   object->get_accName(self, &text);
-  const std::wstring name(text, SysStringLen(text));
+  std::wstring name(text, SysStringLen(text));
   SysFreeString(text);
   object->Release();
   return name;
