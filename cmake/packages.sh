@@ -27,6 +27,7 @@
     'wine64: runs Windows programs'
     'fonts-open-sans: stands in for Segoe UI'
     'fonts-wine: the signs on the buttons of title bars'
+    'nsis: makes the installer'
   )
 
   # To test a program.
