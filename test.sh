@@ -69,7 +69,7 @@ step version tests/version_test
       step installation tests/install_test build/linux-coverage
       ;;
     windows)
-      step program-version tests/version_test build/windows/quillgate.exe
+      step program-version tests/version_test build/windows/{quillgate,tests/installer/this}.exe
       step windows-archive tests/windows_archive_test build/windows
       ;;
     windows-coverage) step window-coverage measureWindowCoverage ;;
