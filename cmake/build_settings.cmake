@@ -8,7 +8,8 @@ if(WIN32)
   # Windows 10 is the oldest system the manifest names.
   target_compile_definitions(quillgate_settings INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN
                              NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00)
-  target_link_options(quillgate_settings INTERFACE -static)
+  # The time of the build is in no program.
+  target_link_options(quillgate_settings INTERFACE -static -Wl,--no-insert-timestamp)
 endif()
 
 set(QUILLGATE_INSTRUMENT "" CACHE STRING "Instrumentation: asan, tsan, coverage or none")

@@ -6,6 +6,9 @@ target_compile_options(quillgate_settings INTERFACE
                        $<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong>
                        $<$<AND:$<COMPILE_LANGUAGE:C,CXX>,$<NOT:$<CONFIG:Debug>>>:-g1>)
 target_link_options(quillgate_settings INTERFACE -fstack-protector-strong)
+# A release is the same from whichever folder.
+target_compile_options(quillgate_settings INTERFACE
+                       $<$<AND:$<COMPILE_LANGUAGE:C,CXX>,$<CONFIG:Release>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=/quillgate>)
 
 # What the file says of itself follows the version of the project.
 set(resources ${CMAKE_CURRENT_BINARY_DIR}/resources)
@@ -21,11 +24,15 @@ add_executable(quillgate WIN32 ${sources} ${resources}/app.rc)
 target_link_libraries(quillgate PRIVATE quillgate_ui comctl32 comdlg32 gdi32 user32)
 # Loaded anywhere above 4 GiB, nothing executable that is writable.
 target_link_options(quillgate PRIVATE -municode
-                    -Wl,--dynamicbase,--high-entropy-va,--nxcompat,--image-base=0x140000000)
+                    -Wl,--dynamicbase,--high-entropy-va,--nxcompat,--image-base=0x140000000
+                    # says what was taken from which library
+                    -Wl,-Map=quillgate.map)
 
-# The symbols move into quillgate.exe.debug, where debuggers look for them.
+# The symbols move into quillgate.exe.debug, where debuggers look for them. The tools would write the
+# time into the file unless they preserve dates.
+set(file $<TARGET_FILE:quillgate>)
 add_custom_command(TARGET quillgate POST_BUILD
-  COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:quillgate> $<TARGET_FILE:quillgate>.debug
-  COMMAND ${CMAKE_STRIP} --strip-all $<TARGET_FILE:quillgate>
-  COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:quillgate>.debug $<TARGET_FILE:quillgate>
+  COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug ${file} ${file}.debug
+  COMMAND ${CMAKE_STRIP} --preserve-dates --strip-all ${file}
+  COMMAND ${CMAKE_OBJCOPY} --preserve-dates --add-gnu-debuglink=${file}.debug ${file}
   VERBATIM)
