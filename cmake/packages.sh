@@ -39,6 +39,7 @@
     'desktop-file-utils: checks the entry of the menu'
     'appstream: checks what software centres show'
     'groff-base: checks the manual page'
+    'reuse: checks that every file has a licence'
     'libatspi2.0-dev: drives the windows on Linux'
     'at-spi2-core: the service for screen readers'
     'dbus: the bus of a session, which that service is on'
@@ -59,6 +60,7 @@
     'mmdebstrap: makes a clean Debian to install the package on'
     'uidmap: lets ordinary users do so'
     'wmctrl: closes a window as its button does'
+    'faketime: lets a release be made at another time'
   )
 
   # To make a release.
@@ -69,7 +71,11 @@
     'build-essential: makes Debian packages'
     'debhelper: knows how'
     'lintian: checks it'
-    'zip: packs the tests for Windows'
+    'xz-utils: packs the sources'
+    'zip: packs what is for Windows'
+    'googletest: is in the tests for Windows'
+    'osslsigncode: signs programs for Windows'
+    'jq: writes the bill of materials'
   )
 }
 
