@@ -9,8 +9,8 @@
 #                      every test of a debug build on Linux
 #   ./test.sh --long   as without an argument, but loads last longer, each fuzz target searches for
 #                      half an hour, what g++ makes for release on Linux is tested, too, the lines
-#                      of the windows are counted, and the Debian package is installed, used,
-#                      upgraded and removed on a clean Debian
+#                      of the windows are counted, the Debian package is installed, used, upgraded
+#                      and removed on a clean Debian, and a release is made twice and compared
 #
 # build/test/<step>.log has what a step printed. Ends with the number of test cases; exits with 0 only
 # if nothing failed.
@@ -47,6 +47,7 @@ step form checkForm
 step scripts checkScripts
 step layering tests/layering_test
 step version tests/version_test
+step licences reuse lint
 
 # Tests mostly wait, so those of one preset run while the next one is built.
 {
@@ -71,14 +72,16 @@ step version tests/version_test
     windows)
       step program-version tests/version_test build/windows/{quillgate,tests/installer/this}.exe
       step windows-archive tests/windows_archive_test build/windows
+      step packages tests/package_test build/windows
       ;;
     windows-coverage) step window-coverage measureWindowCoverage ;;
   esac
 done
 
-# After all that, as this one needs the package registry and a minute or two of its own.
+# After all that, as these take long and need the package registry.
 if [[ $* == --long ]]; then
   step debian-life tests/debian_life_test build/debian/quillgate_*.deb
+  step reproducibility tests/reproducibility_test
 fi
 
 reportSteps

@@ -40,6 +40,8 @@
     'appstream: checks what software centres show'
     'groff-base: checks the manual page'
     'reuse: checks that every file has a licence'
+    'unzip: unpacks what is released for Windows'
+    'openssl: makes a certificate to try signing with'
     'libatspi2.0-dev: drives the windows on Linux'
     'at-spi2-core: the service for screen readers'
     'dbus: the bus of a session, which that service is on'
