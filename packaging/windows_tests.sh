@@ -1,12 +1,11 @@
 # shellcheck shell=bash
-# The tests for Windows as an archive that runs on any Windows. Sourced.
+# The tests for Windows as an archive that runs on any Windows. Sourced after windows.sh.
 
 # Packs what the build folder $1 of the preset windows has, for version $2, into the zip $3. All in it is
 # dated $SOURCE_DATE_EPOCH, so the same programs give the same bits.
 makeTestsZip() (
   set -euo pipefail
-  local build=$1 version=$2 zip tree work
-  zip=$(realpath "$3")
+  local build=$1 version=$2 zip=$3 tree work
   tree=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
   work=$(mktemp -d)
   trap 'rm -rf "$work"' EXIT
@@ -24,8 +23,6 @@ makeTestsZip() (
   sed -n '/^ Copyright/,/^$/{s/^ \.\?//p}' /usr/share/doc/googletest/copyright >>"$work/NOTICES.txt"
   sed -i -e "s/@VERSION@/$version/" -e 's/$/\r/' "$work"/*.{cmd,txt}
 
-  find "$work" -type f -exec chmod 644 {} + -exec touch --date="@$SOURCE_DATE_EPOCH" {} +
   rm -f "$zip"
-  cd "$work"
-  find . -type f -printf '%P\n' | LC_ALL=C sort | TZ=UTC zip -q -X -9 "$zip" -@
+  zipFolder "$work" "$zip"
 )
