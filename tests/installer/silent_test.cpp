@@ -116,25 +116,27 @@ TEST_F(SilentInstaller, LeavesWholeFilesWhenOneOfThemCannotBeReplaced) {
   expectInstalled(L"this");
 }
 
-TEST_F(SilentInstaller, LeavesWholeFilesWheneverItIsKilled) {
+TEST_F(SilentInstaller, HasWholeFilesAtAnyMomentAndWhenItIsKilled) {
   ASSERT_EQ(install(L"older"), kDone);
-  State before = state();
+  const State before = state();
   ASSERT_EQ(install(L"this"), kDone);
-  State after = state();
-  constexpr int kLongestTime = 400;  // milliseconds; an installation takes about as long
-  const int times = load(6, 40);
-  for (int i = 0; i < times; ++i) {
-    const int time = kLongestTime * i / times;
+  const State after = state();
+  const fs::path programFile = pathOf(home + L"\\quillgate.exe");
+  const auto programSize = fs::file_size(programFile);
+  for (int i = 0; i < load(5, 20); ++i) {
     {
       const Process setup(setupOf(L"this") + L" /S");
-      static_cast<void>(setup.waitForExit(milliseconds(time)));
+      // Is ended when the first new file has come, each time ten milliseconds later.
+      for (int rest = 10 * i; rest >= 0 && !setup.waitForExit(milliseconds(1));) {
+        ASSERT_EQ(fs::file_size(programFile), programSize);
+        if (fs::exists(pathOf(home + L"\\new"))) --rest;
+      }
     }
     for (const std::wstring name :
          {L"quillgate.exe", L"uninstall.exe", L"README.txt", L"LICENSE.txt", L"NOTICES.txt"}) {
       const std::wstring path = home + L"\\" + name;
       const std::string found = contentOf(path).value_or("");
-      EXPECT_TRUE(found == before.files[path] || found == after.files[path])
-          << pathOf(path) << " after " << time << " ms";
+      EXPECT_TRUE(found == before.files.at(path) || found == after.files.at(path)) << pathOf(path);
     }
   }
   EXPECT_EQ(install(L"this"), kDone);
