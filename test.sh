@@ -57,22 +57,20 @@ step licences reuse lint
   if [[ $* != --quick ]]; then
     step headers compileHeaders
     step debian-package tests/debian_test
+    step fuzz searchWithFuzzers "$fuzzSeconds"
     step valgrind checkMemory
     step clang-tidy cmake/clang_tidy.sh
+    step program-version tests/version_test build/windows/{quillgate,tests/installer/this}.exe
+    step packages tests/package_test build/windows
+    step windows-archive tests/windows_archive_test build/windows  # waits for test-windows
   fi
 } | while read -r preset; do
   step "test-$preset" testPreset "$preset"
   case $preset in
     linux-debug) step installation tests/install_test build/linux-debug ;;
-    linux-asan) step fuzz searchWithFuzzers "$fuzzSeconds" ;;
     linux-coverage)
       step coverage measureCoverage
       step installation tests/install_test build/linux-coverage
-      ;;
-    windows)
-      step program-version tests/version_test build/windows/{quillgate,tests/installer/this}.exe
-      step windows-archive tests/windows_archive_test build/windows
-      step packages tests/package_test build/windows
       ;;
     windows-coverage) step window-coverage measureWindowCoverage ;;
   esac
