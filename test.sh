@@ -9,8 +9,9 @@
 #                      every test of a debug build on Linux
 #   ./test.sh --long   as without an argument, but loads last longer, each fuzz target searches for
 #                      half an hour, what g++ makes for release on Linux is tested, too, the lines
-#                      of the windows are counted, the Debian package is installed, used, upgraded
-#                      and removed on a clean Debian, and a release is made twice and compared
+#                      of the windows are counted, the Debian package is made, looked at, and
+#                      installed, used, upgraded and removed on a clean Debian, and a release is
+#                      made twice and compared
 #
 # build/test/<step>.log has what a step printed. Ends with the number of test cases; exits with 0 only
 # if nothing failed.
@@ -56,7 +57,6 @@ step licences reuse lint
   done
   if [[ $* != --quick ]]; then
     step headers compileHeaders
-    step debian-package tests/debian_test
     step fuzz searchWithFuzzers "$fuzzSeconds"
     step valgrind checkMemory
     step clang-tidy cmake/clang_tidy.sh
@@ -78,6 +78,7 @@ done
 
 # After all that, as these take long and need the package registry.
 if [[ $* == --long ]]; then
+  step debian-package tests/debian_test
   step debian-life tests/debian_life_test build/debian/quillgate_*.deb
   step reproducibility tests/reproducibility_test
 fi
