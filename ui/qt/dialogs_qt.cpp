@@ -46,6 +46,7 @@ class PathDialog final : public QFileDialog {
  protected:
   void accept() override {
     const QFileInfo file(selectedFiles().value(0));
+    if (const QObject* dialog = sender()) isGone_ = dialog->inherits("QXdgDesktopPortalFileDialog");
     if (acceptMode() == AcceptOpen && !file.exists()) {
       sayThatItIsMissing(file.fileName());
     } else if (acceptMode() == AcceptSave && file.exists() && !file.isDir()) {
@@ -59,7 +60,7 @@ class PathDialog final : public QFileDialog {
   void sayThatItIsMissing(const QString& name) {
     showBox(new QMessageBox(QMessageBox::Warning, windowTitle(),
                             tr("%1\nFile not found.").arg(name), QMessageBox::Ok, this),
-            [](auto) {});
+            [this](auto) { comeBack(); });
   }
 
   // The dialog takes input while the question is open: there may be another one about another file.
@@ -70,7 +71,7 @@ class PathDialog final : public QFileDialog {
                         tr("%1 already exists.\nDo you want to replace it?").arg(file.fileName()),
                         QMessageBox::Yes | QMessageBox::No, this);
     showBox(question_, [this, path = file.filePath()](QMessageBox::StandardButton pressed) {
-      if (pressed != QMessageBox::Yes) return;
+      if (pressed != QMessageBox::Yes) return comeBack();
       if (selectedFiles().value(0) == path) {
         QFileDialog::accept();
       } else {
@@ -79,7 +80,14 @@ class PathDialog final : public QFileDialog {
     });
   }
 
+  void comeBack() {
+    if (!isGone_) return;
+    hide();
+    show();
+  }
+
   QPointer<QMessageBox> question_;
+  bool isGone_ = false;  // the portal's dialog closes before it tells which file was chosen
 };
 
 void ask(SecondaryWindow& owner, QFileDialog::AcceptMode mode, const FileDialog& dialog,
