@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <string>
+#include <string_view>
 #include <thread>
 
 #include "tests/support/load.h"
@@ -174,15 +176,31 @@ TEST_F(MonitorWindow, KeepsTheNewest499LinesInSight) {
   EXPECT_TRUE(eventually([&] { return view.showsItsEnd(); }));
 }
 
-TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
+// What a rule relays as fast as it can while the monitor shows it.
+struct Flood {
+  const char* name;
+  std::string chunk;
+  int format;           // the entry of the list
+  std::wstring sample;  // what the view shows of it
+};
+
+std::string manyTimes(std::string_view text, std::size_t count) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+class FloodedMonitor : public MonitorTest, public testing::WithParamInterface<Flood> {};
+
+TEST_P(FloodedMonitor, Answers) {
   const StatusClick statusClick(mainWindow, window);
   filterList.choose(1);
+  formatList.choose(GetParam().format);
   const Socket client = connectToLoopback(tcpPort);
   const Socket server = acceptFrom(tcpTarget);
   std::atomic<bool> stopping{false};
   std::thread sender([&] {
-    const std::string chunk(4096, 'x');
-    while (!stopping && sendAll(client, chunk)) {
+    while (!stopping && sendAll(client, GetParam().chunk)) {
     }
     closeSendingSide(client);
     closeSendingSide(server);
@@ -197,10 +215,18 @@ TEST_F(MonitorWindow, AnswersWhileLongLinesFlood) {
   EXPECT_LT(answers.report(), std::chrono::seconds(5));
   EXPECT_TRUE(eventually([&] {
     const std::wstring text = view.text();
-    return text.find(std::wstring(1000, L'x')) != std::wstring::npos &&
+    return text.find(GetParam().sample) != std::wstring::npos &&
            text.find(L"[TCP] Session closed FROM ") != std::wstring::npos;
   }));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Ui, FloodedMonitor,
+    testing::Values(Flood{"WithUnbrokenLines", std::string(4096, 'x'), 0, std::wstring(1000, L'x')},
+                    Flood{"WithLines", manyTimes("GET /index.html HTTP/1.1\r\n", 150), 0,
+                          L"\nGET /index.html HTTP/1.1\nGET /index.html HTTP/1.1\n"},
+                    Flood{"InHex", manyTimes("Quillgate", 455), 1, L"51 75 69 6C 6C 67 61 74 65 "}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace quillgate::test
