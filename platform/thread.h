@@ -1,11 +1,15 @@
 // A thread with a stack size chosen on purpose. Otherwise it behaves like std::thread: a Thread
 // that is still joinable when it is destroyed or assigned to ends the process, and so does an
 // exception that leaves the body.
+//
+// Making a thread costs the system more than a short session does. So a thread whose body has ended
+// waits a while for the next one, and nobody can tell: a body finds the stack it asked for. Only
+// thread_local objects would outlive their body; the program has none.
 #pragma once
 
+#include <chrono>
 #include <concepts>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -15,6 +19,13 @@ namespace quillgate::platform {
 // a 65535-byte datagram; resolving a name needs some 100 KiB. Small stacks are what makes thousands
 // of sessions cheap: less to map for each new thread and fewer page tables.
 inline constexpr std::size_t kWorkerStackBytes = 256 * 1024;
+
+// How many threads wait for a next body at most, and for how long.
+inline constexpr std::size_t kMaxParkedThreads = 64;
+inline constexpr std::chrono::seconds kParkedThreadLife{1};
+
+// How many wait now. Any thread.
+[[nodiscard]] std::size_t parkedThreads() noexcept;
 
 class Thread {
  public:
@@ -27,37 +38,41 @@ class Thread {
     start(stackBytes, std::make_unique<BodyOf<Body>>(std::move(body)));
   }
 
-  Thread(Thread&& other) noexcept : native_(std::exchange(other.native_, std::uintptr_t{0})) {}
+  Thread(Thread&& other) noexcept : runner_(std::exchange(other.runner_, nullptr)) {}
   Thread& operator=(Thread&& other) noexcept;
   ~Thread();
 
-  [[nodiscard]] bool joinable() const noexcept { return native_ != 0; }
+  [[nodiscard]] bool joinable() const noexcept { return runner_ != nullptr; }
 
-  // Blocks until the thread has ended. Throws std::system_error when there is nothing to join
-  // (invalid_argument), a thread would wait for itself (resource_deadlock_would_occur), or the
-  // system does not wait (the system's error); the Thread is then as joinable as before.
+  // Blocks until the body has ended and is destroyed. Throws std::system_error when there is
+  // nothing to join (invalid_argument) or a thread would wait for itself
+  // (resource_deadlock_would_occur); the Thread is then as joinable as before.
   void join();
 
-  // Lets the thread run on by itself.
+  // Lets the body run on by itself.
   void detach() noexcept;
 
-  // What the new thread runs, exactly once; for the implementations.
+ private:
+  // What a thread runs, exactly once.
   struct AnyBody {
     virtual ~AnyBody() = default;
     virtual void run() = 0;
   };
-
- private:
   template <typename Body>
   struct BodyOf final : AnyBody {
     explicit BodyOf(Body callable) : body(std::move(callable)) {}
     void run() override { body(); }
     Body body;
   };
+  class Runner;
+  class Runners;
 
   void start(std::size_t stackBytes, std::unique_ptr<AnyBody> body);
 
-  std::uintptr_t native_ = 0;
+  friend std::size_t parkedThreads() noexcept;
+  friend void runNativeThread(void* argument) noexcept;
+
+  Runner* runner_ = nullptr;
 };
 
 }  // namespace quillgate::platform

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <future>
@@ -12,6 +13,7 @@
 
 #include "platform/thread.h"
 #include "tests/support/deadline.h"
+#include "tests/support/process_resources.h"
 
 namespace quillgate::platform {
 namespace {
@@ -140,6 +142,90 @@ TEST(PlatformThread, RunsHundredsAtOnce) {
   EXPECT_TRUE(test::eventually([&] { return running == kThreads; }));
   go.set_value();
   for (Thread& thread : threads) thread.join();
+}
+
+// The system's name for the thread that runs `body` to its end.
+template <typename Body>
+std::thread::id idOfThreadThatRan(std::size_t stackBytes, Body body) {
+  std::thread::id id;
+  Thread(stackBytes, [&] {
+    id = std::this_thread::get_id();
+    body();
+  }).join();
+  return id;
+}
+
+std::thread::id idOfThread(std::size_t stackBytes = kWorkerStackBytes) {
+  return idOfThreadThatRan(stackBytes, [] {});
+}
+
+TEST(PlatformThread, IsUsedAgainForTheNextBody) {
+  const std::thread::id first = idOfThread();
+  EXPECT_GT(parkedThreads(), 0U);
+  EXPECT_EQ(idOfThread(), first);
+}
+
+TEST(PlatformThread, IsUsedAgainAfterItWasDetached) {
+  const std::size_t before = parkedThreads();
+  std::promise<std::thread::id> id;
+  Thread(kWorkerStackBytes, [&] { id.set_value(std::this_thread::get_id()); }).detach();
+  const std::thread::id detached = id.get_future().get();
+  ASSERT_TRUE(
+      test::eventually([&] { return parkedThreads() >= std::max<std::size_t>(before, 1); }));
+  EXPECT_EQ(idOfThread(), detached);
+}
+
+TEST(PlatformThread, IsNotUsedAgainBeforeItIsJoined) {
+  std::promise<std::thread::id> id;
+  Thread thread(kWorkerStackBytes, [&] { id.set_value(std::this_thread::get_id()); });
+  const std::thread::id ended = id.get_future().get();
+  for (int i = 0; i < 10; ++i) EXPECT_NE(idOfThread(), ended);
+  thread.join();
+  EXPECT_EQ(idOfThread(), ended);
+}
+
+TEST(PlatformThread, IsNotUsedAgainForAnotherStack) {
+  constexpr std::size_t kOtherStackBytes = 2 * kWorkerStackBytes;
+  ASSERT_TRUE(test::eventually([] { return parkedThreads() < kMaxParkedThreads; }));
+  const std::thread::id first = idOfThread();
+  const std::thread::id other = idOfThread(kOtherStackBytes);
+  EXPECT_NE(other, first);
+  EXPECT_EQ(idOfThread(), first);
+  EXPECT_EQ(idOfThread(kOtherStackBytes), other);
+}
+
+TEST(PlatformThread, StartsOneMoreWhileItsBodyRuns) {
+  const std::thread::id outer = idOfThreadThatRan(
+      kWorkerStackBytes, [] { EXPECT_NE(idOfThread(), std::this_thread::get_id()); });
+  EXPECT_NE(outer, std::thread::id());
+}
+
+std::size_t allThreads() { return test::processResources().threads + parkedThreads(); }
+
+TEST(PlatformThread, WaitsForANextBodyOnlyForAWhileAndNotInACrowd) {
+  constexpr std::size_t kThreads = 3 * kMaxParkedThreads;
+  ASSERT_TRUE(test::eventually([] { return parkedThreads() == 0; }));
+  const std::size_t before = allThreads();
+  std::promise<void> go;
+  const std::shared_future<void> gone = go.get_future().share();
+  std::vector<Thread> threads;
+  for (std::size_t i = 0; i < kThreads; ++i) {
+    threads.emplace_back(kWorkerStackBytes, [gone] { gone.wait(); });
+  }
+  EXPECT_EQ(allThreads(), before + kThreads);
+  go.set_value();
+  for (std::size_t i = 0; i < kThreads; ++i) {
+    if (i % 2 == 0) {
+      threads[i].join();
+    } else {
+      threads[i].detach();
+    }
+    EXPECT_LE(parkedThreads(), kMaxParkedThreads);
+  }
+  EXPECT_TRUE(test::eventually([&] { return allThreads() <= before + kMaxParkedThreads; }));
+  EXPECT_TRUE(test::eventually([&] { return allThreads() <= before; }));
+  EXPECT_EQ(parkedThreads(), 0U);
+  EXPECT_NE(idOfThread(), std::thread::id());
 }
 
 using PlatformThreadDeathTest = testing::Test;

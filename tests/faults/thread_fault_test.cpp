@@ -1,5 +1,4 @@
-// A system without a thread left, or one that does not wait for a thread: the failures that the
-// program answers with its end.
+// A system without a thread left: a failure that the program answers with its end.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -8,7 +7,9 @@
 #include <system_error>
 #include <vector>
 
+#include "platform/thread.h"
 #include "tests/faults/fault_layer.h"
+#include "tests/support/deadline.h"
 #include "tests/support/test_engine.h"
 #include "tests/support/test_sockets.h"
 
@@ -27,6 +28,8 @@ class ThreadFault : public testing::Test {
     // A child that starts anew instead of a copy of a process with threads.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     RuleSet rules;
+    // One that waits would do without the system.
+    ASSERT_TRUE(eventually([] { return platform::parkedThreads() == 0; }));
     rules[0] = ruleFor(Protocol::tcp, port, localPort(target));
     rules[1] = ruleFor(Protocol::udp, freePort(Transport::udp), 9);
     engine.state().rules.replace(rules);
@@ -60,30 +63,6 @@ TEST_F(ThreadFault, IsThrownByAStartThatHasAWorkerAndAStopEndsThatOne) {
   engine.stop();
   EXPECT_EQ(engine.messages().back(), L"Server stopped.");
   EXPECT_EQ(engine.countOf(L"[TCP] Stopped local port " + std::to_wstring(port)), 1U);
-}
-
-TEST_F(ThreadFault, IsThrownByAJoinThatMayBeTriedAgain) {
-  platform::Thread thread(platform::kWorkerStackBytes, [] {});
-  startFaults(Fault{"pthread_join"});
-  std::error_code thrown;
-  try {
-    asProgram([&] { thread.join(); });
-  } catch (const std::system_error& error) {
-    thrown = error.code();
-  }
-  EXPECT_EQ(thrown, std::errc::resource_deadlock_would_occur);
-  EXPECT_TRUE(thread.joinable());
-  asProgram([&] { thread.join(); });
-  EXPECT_FALSE(thread.joinable());
-}
-
-TEST_F(ThreadFault, EndsTheProcessThatCannotWaitForAWorker) {
-  const auto stopWithoutAJoin = [&]() noexcept {
-    asProgram([&] { engine.state().server.start(); });
-    startFaults(Fault{"pthread_join"});
-    asProgram([&] { engine.state().server.stop(); });
-  };
-  EXPECT_EXIT(stopWithoutAJoin(), testing::KilledBySignal(SIGABRT), "terminate called");
 }
 
 TEST_F(ThreadFault, EndsTheProcessThatCannotServeAClient) {

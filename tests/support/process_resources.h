@@ -7,7 +7,7 @@ namespace quillgate::test {
 
 struct ProcessResources {
   std::size_t descriptors = 0;  // handles on Windows
-  std::size_t threads = 0;
+  std::size_t threads = 0;      // without those that are parked
 };
 
 // Any thread. The count of descriptors may have one more than there are while nobody counts. On

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/thread.h"
+
 // Of a sanitizer, which has a heap of its own; null without one.
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" [[gnu::weak]] std::size_t __sanitizer_get_current_allocated_bytes();
@@ -39,7 +41,8 @@ std::size_t heapBytes() {
 }  // namespace
 
 ProcessResources processResources() {
-  return {.descriptors = entriesOf("/proc/self/fd"), .threads = entriesOf("/proc/self/task")};
+  return {.descriptors = entriesOf("/proc/self/fd"),
+          .threads = entriesOf("/proc/self/task") - platform::parkedThreads()};
 }
 
 ProcessMemory processMemory() {

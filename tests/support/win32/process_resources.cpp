@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/thread.h"
 #include "tests/support/wine.h"
 
 namespace quillgate::test {
@@ -81,7 +82,8 @@ HeapUse useOfHeaps() {
 }  // namespace
 
 ProcessResources processResources() {
-  return {.descriptors = ownHandles(), .threads = ownProcess().NumberOfThreads};
+  return {.descriptors = ownHandles(),
+          .threads = ownProcess().NumberOfThreads - platform::parkedThreads()};
 }
 
 ProcessMemory processMemory() {
