@@ -53,6 +53,11 @@ std::uint16_t portFrom(std::wstring_view text) {
   return static_cast<std::uint16_t>(std::clamp(integerFrom(trimmed(text)), 0, kMaxPort));
 }
 
+std::wstring decimalText(std::uint32_t value) {
+  const std::string digits = std::to_string(value);
+  return {digits.begin(), digits.end()};
+}
+
 bool equalsIgnoringCase(std::wstring_view a, std::wstring_view b) {
   return std::ranges::equal(a, b, {}, lowerCase, lowerCase);
 }

@@ -22,6 +22,10 @@ namespace quillgate {
 // The port that `text` names: trimmed, read by integerFrom, then moved into 0..65535.
 [[nodiscard]] std::uint16_t portFrom(std::wstring_view text);
 
+// The decimal digits of `value`. std::to_wstring gives the same, but goes through formatted output,
+// which takes ten times as long and a page more of a session's stack.
+[[nodiscard]] std::wstring decimalText(std::uint32_t value);
+
 // Whether two texts are equal when the letters A to Z equal a to z.
 [[nodiscard]] bool equalsIgnoringCase(std::wstring_view a, std::wstring_view b);
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "core/text.h"
 #include "forwarding/socket_address.h"
 #include "platform/thread.h"
 
@@ -24,17 +25,25 @@ Socket openListener(std::uint16_t localPort) {
   return listener;
 }
 
-void acceptClient(const Sinks& sinks, std::int32_t ruleIndex, const ForwardRule& rule,
+// Where the rule leads. The system's resolver is only asked for names.
+std::optional<SocketAddress> targetOf(const ForwardRule& rule) {
+  if (auto address = platform::parseIpv4(rule.targetIp, rule.targetPort)) return address;
+  return platform::resolveFirst(rule.targetIp, decimalText(rule.targetPort));
+}
+
+// Starts a session for the client that waits longest. False when none could be accepted.
+bool acceptClient(const Sinks& sinks, std::int32_t ruleIndex, const ForwardRule& rule,
                   const Socket& listener) {
   SocketAddress peerAddress;
   Socket client = platform::acceptConnection(listener, peerAddress);
-  if (!client.isOpen()) return;
+  if (!client.isOpen()) return false;
   platform::Thread session(
       platform::kWorkerStackBytes,
       [sinks, ruleIndex, clientSocket = std::move(client), peerAddress, ownRule = rule]() mutable {
         runTcpSession(sinks, ruleIndex, std::move(clientSocket), peerAddress, std::move(ownRule));
       });
   session.detach();
+  return true;
 }
 
 // Sends all of `data`. Returns the last result: 0 or less when the peer took no more.
@@ -51,7 +60,7 @@ std::int32_t sendAll(const Socket& socket, std::span<const std::byte> data) {
 // Opens the port and accepts its clients; every exit has closed the listener and reported.
 void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRule& rule) {
   EventLog& log = context.sinks.log;
-  const std::wstring localPort = std::to_wstring(rule.localPort);
+  const std::wstring localPort = decimalText(rule.localPort);
 
   Socket listener = openListener(rule.localPort);
   if (!listener.isOpen()) {
@@ -59,10 +68,8 @@ void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRu
   }
   log.write(L"[TCP] Listening on local port " + localPort + L" -> " + targetText(rule));
   while (context.running.load()) {
-    const auto waited = platform::waitReadable(listener, kRunningCheckInterval);
-    if (!context.running.load()) break;
-    if (waited == platform::WaitResult::readable) {
-      acceptClient(context.sinks, ruleIndex, rule, listener);
+    if (!acceptClient(context.sinks, ruleIndex, rule, listener)) {
+      static_cast<void>(platform::waitReadable(listener, kRunningCheckInterval));
     }
   }
   listener.close();
@@ -87,8 +94,7 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
   };
   const std::wstring peerText = formatSocketAddress(peerAddress.view());
 
-  const std::optional<SocketAddress> target =
-      platform::resolveFirst(rule.targetIp, std::to_wstring(rule.targetPort));
+  const std::optional<SocketAddress> target = targetOf(rule);
   if (!target) {
     report(L"[TCP] FROM " + peerText + L"  Resolve failed for " + targetText(rule));
     return;
@@ -101,8 +107,8 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
     return;
   }
 
-  const std::wstring route = L"FROM " + peerText + L"  local " + std::to_wstring(rule.localPort) +
-                             L" -> " + targetText(rule);
+  const std::wstring route =
+      L"FROM " + peerText + L"  local " + decimalText(rule.localPort) + L" -> " + targetText(rule);
   sinks.log.write(L"[TCP] " + route);
   sinks.monitor.captureEvent(monitorIndex, L"[TCP] SESSION " + route);
 
@@ -111,15 +117,16 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
   };
   // This thread is the second pump. A thread that only waits for two pumps would cost every session
   // its creation and its stack, and make no difference from outside: what ends each direction, what
-  // is captured of it and what follows both are the same.
-  platform::Thread clientToTarget(platform::kWorkerStackBytes,
-                                  [&] { pump(L"C->S", clientSocket, targetSocket); });
-  pump(L"S->C", targetSocket, clientSocket);
-  clientToTarget.join();
+  // is captured of it and what follows both are the same. It takes the client's direction, since
+  // most clients speak first, and then nobody waits until the other thread runs.
+  platform::Thread targetToClient(platform::kWorkerStackBytes,
+                                  [&] { pump(L"S->C", targetSocket, clientSocket); });
+  pump(L"C->S", clientSocket, targetSocket);
+  targetToClient.join();
 
   targetSocket.close();
   clientSocket.close();
-  report(L"[TCP] Session closed FROM " + peerText + L" (local " + std::to_wstring(rule.localPort) +
+  report(L"[TCP] Session closed FROM " + peerText + L" (local " + decimalText(rule.localPort) +
          L")");
 }
 
@@ -129,13 +136,21 @@ std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
   std::wstring label = L"[TCP] ";
   label.append(directionText).append(L" FROM ").append(peerText).append(L"  ");
 
-  std::array<std::byte, kRelayBufferBytes> buffer;
+  std::array<std::byte, kRelayBufferBytes * kMaxChunksAtOnce> buffer;
   while (true) {
-    const std::int32_t received = platform::receive(fromSocket, buffer);
+    auto room = std::span<std::byte>(buffer);
+    std::int32_t received = platform::receive(fromSocket, room.first(kRelayBufferBytes));
     if (received <= 0) return received;
-    const auto chunk = std::span(buffer).first(static_cast<std::size_t>(received));
-    monitor.capturePayload(static_cast<std::uint32_t>(ruleIndex), label, chunk);
-    if (const std::int32_t sent = sendAll(toSocket, chunk); sent <= 0) return sent;
+    do {
+      const auto chunk = room.first(static_cast<std::size_t>(received));
+      monitor.capturePayload(static_cast<std::uint32_t>(ruleIndex), label, chunk);
+      room = room.subspan(chunk.size());
+      // Behind a chunk that is not full, there is hardly ever another one.
+      if (chunk.size() < kRelayBufferBytes || room.empty()) break;
+      received = platform::receiveNow(fromSocket, room.first(kRelayBufferBytes));
+    } while (received > 0);
+    const auto data = std::span<const std::byte>(buffer).first(buffer.size() - room.size());
+    if (const std::int32_t sent = sendAll(toSocket, data); sent <= 0) return sent;
   }
 }
 

@@ -15,8 +15,10 @@
 
 namespace quillgate {
 
-// Most bytes that a pump receives at once.
+// Most bytes that a pump receives at once, which makes a chunk, and most chunks that it sends on at
+// once.
 inline constexpr std::size_t kRelayBufferBytes = 8192;
+inline constexpr std::size_t kMaxChunksAtOnce = 8;
 
 // Listens on the rule's local port until the running flag is cleared, which it notices within
 // kRunningCheckInterval, and starts a session for each client. Sessions that are open then go on.
@@ -27,8 +29,9 @@ void runTcpListener(const WorkerContext& context, std::int32_t ruleIndex,
 void runTcpSession(Sinks sinks, std::int32_t ruleIndex, platform::Socket clientSocket,
                    platform::SocketAddress peerAddress, ForwardRule rule) noexcept;
 
-// Relays one direction, "C->S" or "S->C", until its sender closes or a socket fails. Returns the
-// last result of receiving or sending.
+// Relays one direction, "C->S" or "S->C", until its sender closes or a socket fails. Chunks that
+// are there already go on together; nothing waits for the next one. Returns the last result of
+// receiving or sending.
 std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
                              std::wstring_view peerText, std::wstring_view directionText,
                              const platform::Socket& fromSocket,

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 
+#include "core/text.h"
 #include "forwarding/socket_address.h"
 #include "platform/socket.h"
 
@@ -59,7 +60,7 @@ class UdpRelay {
 
   void reportNewClient(const SocketAddress& sender) {
     const std::wstring text = L"[UDP] New client FROM " + formatSocketAddress(sender.view()) +
-                              L"  local " + std::to_wstring(rule_.localPort) + L" -> " +
+                              L"  local " + decimalText(rule_.localPort) + L" -> " +
                               targetText(rule_);
     context_.sinks.log.write(text);
     context_.sinks.monitor.captureEvent(ruleIndex_, text);
@@ -77,7 +78,7 @@ class UdpRelay {
 // Sets the socket up and relays; every exit closes the socket and has reported.
 void serve(const WorkerContext& context, std::int32_t ruleIndex, const ForwardRule& rule) {
   EventLog& log = context.sinks.log;
-  const std::wstring localPort = std::to_wstring(rule.localPort);
+  const std::wstring localPort = decimalText(rule.localPort);
 
   Socket socket = platform::openIpv4Socket(platform::Transport::udp);
   if (!socket.isOpen()) return log.write(L"[UDP] socket() failed.");

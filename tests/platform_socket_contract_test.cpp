@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <span>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -235,6 +237,37 @@ TEST(PlatformSocket, ConnectsOverIpv6) {
   SocketAddress peer;
   const Socket server = acceptConnection(listener, peer);
   EXPECT_EQ(textOf(peer), L"[::1]:" + std::to_wstring(localPort(client)));
+}
+
+TEST(PlatformSocket, ReceivesAtOnceWhatIsThereOrNothing) {
+  auto [client, server] = connectedPair();
+  std::string text(4, ' ');
+  const auto buffer = std::as_writable_bytes(std::span(text));
+  EXPECT_LE(receiveNow(server, buffer), 0);
+  ASSERT_TRUE(test::sendAll(client, "abcdef"));
+  ASSERT_EQ(waitReadable(server, test::kDeadline), WaitResult::readable);
+  EXPECT_EQ(receiveNow(server, buffer), 4);
+  EXPECT_EQ(text, "abcd");
+  EXPECT_EQ(receiveNow(server, buffer), 2);
+  EXPECT_EQ(text, "efcd");
+  EXPECT_LE(receiveNow(server, buffer), 0);
+  test::closeSendingSide(client);
+  ASSERT_EQ(waitReadable(server, test::kDeadline), WaitResult::readable);
+  EXPECT_LE(receiveNow(server, buffer), 0);
+  EXPECT_EQ(receive(server, buffer), 0);
+}
+
+TEST(PlatformSocket, WaitsAgainAfterItHasReceivedAtOnce) {
+  auto [client, server] = connectedPair();
+  std::array<std::byte, 1> buffer;
+  EXPECT_LE(receiveNow(server, buffer), 0);
+  constexpr auto kLater = std::chrono::milliseconds(50);
+  std::thread sender([&, &client = client] {
+    std::this_thread::sleep_for(kLater);
+    EXPECT_TRUE(test::sendAll(client, "x"));
+  });
+  EXPECT_GE(timeOf([&, &server = server] { EXPECT_EQ(receive(server, buffer), 1); }), kLater / 2);
+  sender.join();
 }
 
 TEST(PlatformSocket, ReceivesWhatIsThereAndThenTheEnd) {

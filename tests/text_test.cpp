@@ -18,6 +18,12 @@ std::vector<int> bytesOf(std::wstring_view text) {
   return values;
 }
 
+TEST(DecimalText, HasTheDigitsOfTheValueAndNothingElse) {
+  EXPECT_EQ(decimalText(0), L"0");
+  EXPECT_EQ(decimalText(65535), L"65535");
+  EXPECT_EQ(decimalText(4294967295), L"4294967295");
+}
+
 TEST(Text, TrimsExactlySpaceTabLineFeedAndCarriageReturn) {
   EXPECT_EQ(trimmed(L" \t\r\n8080\n\r\t "), L"8080");
   EXPECT_EQ(trimmed(L"a b\tc"), L"a b\tc");

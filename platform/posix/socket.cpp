@@ -45,12 +45,18 @@ bool waitUntilConnected(int descriptor) {
 
 std::wstring withPort(std::wstring host, in_port_t port) {
   if (port == 0) return host;
-  return host + L":" + std::to_wstring(ntohs(port));
+  return host + L":" + toWide(std::to_string(ntohs(port)));
 }
 
-std::optional<std::wstring> ipv4ToText(const sockaddr_in& address) {
-  char host[INET_ADDRSTRLEN];
-  if (::inet_ntop(AF_INET, &address.sin_addr, host, sizeof(host)) == nullptr) return std::nullopt;
+// By hand: inet_ntop goes through formatted output, which takes a page more of every session's
+// stack.
+std::wstring ipv4ToText(const sockaddr_in& address) {
+  const std::uint32_t bits = ntohl(address.sin_addr.s_addr);
+  std::string host;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    if (!host.empty()) host += '.';
+    host += std::to_string(bits >> shift & 0xFF);
+  }
   return withPort(toWide(host), address.sin_port);
 }
 
@@ -155,6 +161,11 @@ bool connectTo(const Socket& socket, const SocketAddress& target) noexcept {
 std::int32_t receive(const Socket& socket, std::span<std::byte> buffer) noexcept {
   return static_cast<std::int32_t>(untilNotInterrupted(
       [&] { return ::recv(descriptorOf(socket), buffer.data(), lengthOf(buffer), 0); }));
+}
+
+std::int32_t receiveNow(const Socket& socket, std::span<std::byte> buffer) noexcept {
+  return static_cast<std::int32_t>(untilNotInterrupted(
+      [&] { return ::recv(descriptorOf(socket), buffer.data(), lengthOf(buffer), MSG_DONTWAIT); }));
 }
 
 std::int32_t send(const Socket& socket, std::span<const std::byte> data) noexcept {

@@ -32,9 +32,10 @@ TEST_F(IdleWorker, AsksForADatagramOnceBetweenTwoWaits) {
   EXPECT_LE(calls["recvfrom"], calls["poll"] + 1);
 }
 
-TEST_F(IdleWorker, DoesNotAcceptWhileNoClientComes) {
+TEST_F(IdleWorker, LooksForAClientOnceBetweenTwoWaits) {
   idle(ruleFor(Protocol::tcp, freePort(Transport::tcp), 9));
-  EXPECT_EQ(callCounts()["accept4"], 0);
+  auto calls = callCounts();
+  EXPECT_LE(calls["accept4"], calls["poll"] + 1);
 }
 
 }  // namespace

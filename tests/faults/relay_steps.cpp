@@ -42,11 +42,18 @@ int acceptedClients() { return callCounts()["accept4"] - faultHits().of("accept4
 
 std::wstring endpoint(std::uint16_t port) { return L"127.0.0.1:" + std::to_wstring(port); }
 
+// The target of the TCP rule: 127.0.0.1 in a form that only the resolver knows.
+constexpr const wchar_t* kTcpTargetHost = L"127.1";
+
+std::wstring tcpTarget(std::uint16_t port) {
+  return std::wstring(kTcpTargetHost) + L":" + std::to_wstring(port);
+}
+
 }  // namespace
 
 RuleSet RelaySteps::rules() const {
   RuleSet rules;
-  rules[0] = ruleFor(Protocol::tcp, port_, targetPort_);
+  rules[0] = ruleFor(Protocol::tcp, port_, targetPort_, kTcpTargetHost);
   rules[9] = ruleFor(Protocol::udp, udpPort_, udpTargetPort_);
   return rules;
 }
@@ -82,7 +89,7 @@ std::wstring RelaySteps::startOfTcp(const FaultHits& hits) {
   const std::wstring local = std::to_wstring(port_);
   tcpListens_ =
       hits.of("socket tcp") + hits.of("bind tcp") + hits.of("fcntl") + hits.of("listen") == 0;
-  return tcpListens_ ? L"[TCP] Listening on local port " + local + L" -> " + endpoint(targetPort_)
+  return tcpListens_ ? L"[TCP] Listening on local port " + local + L" -> " + tcpTarget(targetPort_)
                      : L"[TCP] Failed to bind/listen on local port " + local;
 }
 
@@ -108,13 +115,13 @@ RelaySession RelaySteps::openSession(const std::string& name) {
   const bool accepted = waitForTarget(session, before, acceptedBefore);
   const FaultHits hits = faultHits().since(before);
   session.clientSide = portsText(port_, clientPort);
-  session.peer = hits.of("inet_ntop") > 0 ? L"?" : endpoint(clientPort);
+  session.peer = endpoint(clientPort);
   if (!accepted) {
     if (!session.isWaiting) expectEnded(session, hits);
     return session;
   }
   const std::wstring route = L"FROM " + session.peer + L"  local " + std::to_wstring(port_) +
-                             L" -> " + endpoint(targetPort_);
+                             L" -> " + tcpTarget(targetPort_);
   lines_.push_back(L"[TCP] " + route);
   events_.push_back(L"[TCP] SESSION " + route);
   expectLastLine();
@@ -148,9 +155,9 @@ void RelaySteps::expectEnded(const RelaySession& session, const FaultHits& hits)
   EXPECT_EQ(receiveUntilEnd(session.client), StreamEnd::orderly);
   const std::wstring from = L"[TCP] FROM " + session.peer;
   if (hits.of("getaddrinfo") > 0) {
-    report(from + L"  Resolve failed for " + endpoint(targetPort_));
+    report(from + L"  Resolve failed for " + tcpTarget(targetPort_));
   } else if (hits.of("connect") > 0) {
-    report(from + L"  Connect failed to " + endpoint(targetPort_));
+    report(from + L"  Connect failed to " + tcpTarget(targetPort_));
   } else {
     EXPECT_GT(hits.of("socket tcp"), 0) << "a client was dropped for no reason";
   }
@@ -200,8 +207,7 @@ void RelaySteps::exchangeDatagrams(const std::string& text) {
   const bool relayed = datagramComes(udpTarget_, text, before);
   const FaultHits hits = faultHits().since(before);
   if ((relayed || hits.of("sendto") > 0) && !std::exchange(udpKnowsClient_, true)) {
-    const std::wstring peer =
-        hits.of("inet_ntop") > 0 ? L"?" : endpoint(test::localPort(udpClient_));
+    const std::wstring peer = endpoint(test::localPort(udpClient_));
     report(L"[UDP] New client FROM " + peer + L"  local " + std::to_wstring(udpPort_) + L" -> " +
            endpoint(udpTargetPort_));
   }

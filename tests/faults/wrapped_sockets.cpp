@@ -62,9 +62,7 @@ decltype(::setsockopt) __real_setsockopt;
 decltype(::getsockopt) __real_getsockopt;
 decltype(::fcntl) __real_fcntl;
 decltype(::getaddrinfo) __real_getaddrinfo;
-decltype(::inet_ntop) __real_inet_ntop;
 decltype(::pthread_create) __real_pthread_create;
-decltype(::pthread_join) __real_pthread_join;
 
 int __wrap_socket(int family, int type, int protocol) {
   if (failsNow(withTransport("socket", type), EMFILE)) return -1;
@@ -156,11 +154,6 @@ int __wrap_getaddrinfo(const char* node, const char* service, const addrinfo* hi
   return 0;
 }
 
-const char* __wrap_inet_ntop(int family, const void* address, char* text, socklen_t size) {
-  if (failsNow("inet_ntop", ENOSPC)) return nullptr;
-  return __real_inet_ntop(family, address, text, size);
-}
-
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                           void* argument) {
   if (!isProgram()) return __real_pthread_create(thread, attributes, body, argument);
@@ -169,11 +162,6 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
   const int error = __real_pthread_create(thread, attributes, &runThreadOfProgram, start.get());
   if (error == 0) static_cast<void>(start.release());  // the new thread owns it
   return error;
-}
-
-int __wrap_pthread_join(pthread_t thread, void** result) {
-  if (failsNow("pthread_join", 0)) return EDEADLK;
-  return __real_pthread_join(thread, result);
 }
 }
 // NOLINTEND(readability-identifier-naming)
