@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,7 +13,6 @@ namespace quillgate::bench {
 
 namespace {
 
-constexpr timeval kPatience{.tv_sec = 10, .tv_usec = 0};
 constexpr unsigned kClientAddresses = 8;
 
 [[noreturn]] void failCall(const char* call) {
@@ -36,16 +34,9 @@ void setOption(int descriptor, int level, int name, const Value& value) {
   if (setsockopt(descriptor, level, name, &value, sizeof value) != 0) failCall("setsockopt");
 }
 
-// The time limits cover connecting and accepting too.
-void limitWaits(int descriptor) {
-  setOption(descriptor, SOL_SOCKET, SO_RCVTIMEO, kPatience);
-  setOption(descriptor, SOL_SOCKET, SO_SNDTIMEO, kPatience);
-}
-
 int openSocket() {
   const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (descriptor < 0) failCall("socket");
-  limitWaits(descriptor);
   return descriptor;
 }
 
@@ -75,6 +66,10 @@ void Connection::receive(std::span<std::byte> buffer) const {
     if (received == 0) fail("the relay closed the connection too early");
     buffer = buffer.subspan(static_cast<std::size_t>(received));
   }
+}
+
+void Connection::dropWhenClosed() const {
+  setOption(descriptor_, SOL_SOCKET, SO_LINGER, linger{.l_onoff = 1, .l_linger = 0});
 }
 
 Connection connectTo(std::uint16_t port, unsigned clientNumber) {
@@ -110,7 +105,6 @@ std::optional<Connection> Listener::accept() const {
     if (errno == EINVAL) return std::nullopt;  // stopped
     failCall("accept");
   }
-  limitWaits(descriptor);
   return Connection(descriptor);
 }
 

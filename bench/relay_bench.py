@@ -1,35 +1,40 @@
 #!/usr/bin/env python3
-"""Measures Quillgate's relay against direct loopback and against other relays.
+"""Measures Quillgate's relay against other relays and against what it is meant to reach.
 
-Run it without arguments after building the linux preset; it takes some minutes. All relays run
-side by side and take turns, several rounds long, so that a disturbance of the machine meets all of
-them; the tables show medians. Loopback only. docs/design/benchmarks.md explains the measures.
+    bench/relay_bench.py [GROUP...]
+
+Run it after building the linux preset; all groups take about ten minutes. The relays run side by
+side and take turns, several rounds long, so that a disturbance of the machine meets all of them;
+the tables show medians. Loopback only. docs/design/benchmarks.md explains the measures.
 """
 
 import contextlib
 import json
 import os
+import pathlib
+import re
 import signal
 import statistics
 import subprocess
 import sys
 import time
 from dataclasses import dataclass
+from typing import Callable
 
 sys.dont_write_bytecode = True
 
 from relays import (  # noqa: E402
-    BUILD, CAPTURING, HOST, KIB, MAX_SESSIONS, OURS, PEERS, Direct, Failed, Ports, Relay,
-    available_kinds, descriptor_limit, free_ports, raise_descriptor_limit, running, session_limit,
+    BUILD, CAPTURING, HOST, IDLE_SESSIONS, OURS, Direct, Failed, Ports,
+    available_peers, free_ports, raise_descriptor_limit, running,
 )
 
-LOAD = BUILD / "relay_load"
+TCP_LOAD = BUILD / "relay_load"
+UDP_LOAD = BUILD / "udp_load"
+STORE_BENCH = BUILD / "store_bench"
 
-ROUNDS = 7
-ROUNDS_SECONDS = 150  # no further round begins after this
-LOAD_SECONDS = 40  # a load that takes longer has failed
-IDLE_SESSIONS = (1_000, MAX_SESSIONS)
-FORKING_MAX_IDLE = 1_000  # more processes than that would be no service to the machine
+ROUNDS = 4
+SPARE_DESCRIPTORS = 200
+SETTLED_SECONDS = 1  # after which the system has given back what it was about to
 GIB = 2**30
 
 
@@ -37,121 +42,334 @@ GIB = 2**30
 
 
 @dataclass(frozen=True)
+class Goal:
+    """A limit of how our figure, or that of ours with capture on, relates to another one."""
+
+    limit: float
+    beside: str = "best peer"  # or "capture off"; with "" the limit is one of the figure itself
+
+
+@dataclass(frozen=True, eq=False)
 class Row:
     title: str
-    field: str
+    value: Callable  # from what a load printed
     digits: int = 0
-    more_is_better: bool = True
+    less_is_better: bool = False
+    goals: tuple = ()
 
 
 @dataclass(frozen=True)
 class Measure:
     """One kind of load and the rows of the table that its result fills."""
 
+    group: str
+    program: pathlib.Path
     load: str
     count: int
     rows: tuple
 
+    @property
+    def protocol(self):
+        return "udp" if self.program == UDP_LOAD else "tcp"
 
-def more(title, field):
-    return Row(title, field)
+    @property
+    def with_capture(self):
+        return any(goal.beside == "capture off" for row in self.rows for goal in row.goals)
 
 
-def less(title, field, digits=0):
-    return Row(title, field, digits, more_is_better=False)
+def more(title, value, *goals):
+    return Row(title, value, goals=goals)
 
+
+def less(title, value, digits, *goals):
+    return Row(title, value, digits, less_is_better=True, goals=goals)
+
+
+def per_second(result):
+    return result["amount"] / result["seconds"]
+
+
+def megabytes_per_second(result):
+    return per_second(result) / 1e6
+
+
+def cpu_seconds_per_gib(result):
+    return result["relayCpuSeconds"] / (result["amount"] / GIB)
+
+
+def cpu_microseconds_each(result):
+    return result["relayCpuSeconds"] / result["amount"] * 1e6
+
+
+def p50(result):
+    return result["p50Microseconds"]
+
+
+def p99(result):
+    return result["p99Microseconds"]
+
+
+def loss(result):
+    return result["lossPercent"]
+
+
+CAPTURE_SHARE = Goal(0.9, "capture off")
 
 MEASURES = (
-    Measure("streams", 1, (
-        more("one stream, MB/s", "megabytesPerSecond"),
-        less("one stream, CPU s per GiB", "cpuSecondsPerGib", 2),
+    Measure("connections", TCP_LOAD, "connections", 1, (
+        more("one client, connections/s", per_second, Goal(0.85)),
+        less("  processor us each", cpu_microseconds_each, 0, Goal(1.4)),
     )),
-    Measure("streams", 8, (
-        more("eight streams, MB/s", "megabytesPerSecond"),
-        less("eight streams, CPU s per GiB", "cpuSecondsPerGib", 2),
+    Measure("connections", TCP_LOAD, "connections", 32, (
+        more("32 clients, connections/s", per_second, Goal(0.80)),
+        less("  us for one p99", p99, 0, Goal(1.5)),
+        less("  processor us each", cpu_microseconds_each, 0, Goal(1.4)),
     )),
-    Measure("duplex", 1, (
-        more("both ways at once, MB/s", "megabytesPerSecond"),
+    Measure("streams", TCP_LOAD, "streams", 1, (
+        more("one stream, MB/s", megabytes_per_second, Goal(1.05), CAPTURE_SHARE),
+        less("  processor s per GiB", cpu_seconds_per_gib, 2),
     )),
-    Measure("round-trips", 5_000, (
-        less("64-byte round trip p50, us", "p50Microseconds"),
-        less("64-byte round trip p99, us", "p99Microseconds"),
+    Measure("streams", TCP_LOAD, "streams", 8, (
+        more("eight streams, MB/s", megabytes_per_second, Goal(1.15), CAPTURE_SHARE),
+        less("  processor s per GiB", cpu_seconds_per_gib, 2),
     )),
-    Measure("connections", 32, (
-        more("connections per second", "connectionsPerSecond"),
+    Measure("streams", TCP_LOAD, "duplex", 1, (
+        more("both ways at once, MB/s", megabytes_per_second, Goal(1.0), CAPTURE_SHARE),
+        less("  processor s per GiB", cpu_seconds_per_gib, 2, Goal(1.1)),
+    )),
+    Measure("round-trips", TCP_LOAD, "round-trips", 5_000, (
+        less("64-byte round trip p50, us", p50, 1, Goal(0.98)),
+        less("64-byte round trip p99, us", p99, 1, Goal(0.95)),
+    )),
+    Measure("udp", UDP_LOAD, "echo", 64, (
+        more("UDP echo, 64 bytes, 1/s", per_second, Goal(1.5), CAPTURE_SHARE),
+    )),
+    Measure("udp", UDP_LOAD, "echo", 1_400, (
+        more("UDP echo, 1400 bytes, 1/s", per_second, Goal(1.5), CAPTURE_SHARE),
+    )),
+    Measure("udp", UDP_LOAD, "one-way", 50_000, (
+        less("UDP one way, 50000/s, % lost", loss, 2),
     )),
 )
 
+# Of each session, beyond what "direct" takes: that is the load's own.
+MEMORY_ROWS = (
+    less("idle session, KiB", lambda result: result["all"], 1, Goal(56, "")),
+    less("  pages of processes", lambda result: result["AnonPages"], 1),
+    less("  kernel stacks", lambda result: result["KernelStack"], 1),
+    less("  page tables", lambda result: result["PageTables"], 1),
+    less("  kernel objects", lambda result: result["Slab"], 1),
+    less("  after four bytes each way", lambda result: result["used"], 1),
+)
+PROBE_ROW = less(f"round trip among {IDLE_SESSIONS}, us", p50, 1, Goal(1.0))
 
-def load_command(load, ports, count):
-    return [str(LOAD), load, str(ports.listen), str(ports.target), str(count)]
+GROUPS = ("connections", "streams", "round-trips", "udp", "idle", "trim")
+
+
+class Results:
+    """The figures of all rounds, by row and name of the relay."""
+
+    def __init__(self, names):
+        self.names = names
+        self._values = {}
+        self._load = {}
+        self._complaints = set()
+
+    def add(self, row, name, value):
+        self._values.setdefault(row, {}).setdefault(name, []).append(value)
+
+    def add_load(self, row, processors):
+        self._load.setdefault(row, []).append(processors)
+
+    def complain(self, name, error):
+        complaint = f"Not measured: {name}: {error}"
+        if complaint not in self._complaints:
+            print(complaint)
+        self._complaints.add(complaint)
+
+    def rows(self):
+        return list(self._values)
+
+    def medians(self, row):
+        found = {name: statistics.median(values) for name, values in self._values[row].items()}
+        if row in MEMORY_ROWS:
+            own = found.get("direct", 0)
+            found = {name: found[name] - (own if name != "direct" else 0) for name in found}
+        return found
+
+    def load(self, row):
+        return f"{statistics.median(self._load[row]):.1f}" if row in self._load else ""
+
+
+def take_turns(relays, number):
+    first = number % len(relays)
+    return relays[first:] + relays[:first]
 
 
 def run_load(relay, measure):
-    """What one load found out, with the relay's own time where data streamed."""
-    cpu_before = relay.cpu_seconds() if isinstance(relay, Relay) else None
-    try:
-        done = subprocess.run(
-            load_command(measure.load, relay.ports, measure.count),
-            capture_output=True,
-            text=True,
-            timeout=LOAD_SECONDS,
-        )
-    except subprocess.TimeoutExpired as error:
-        raise Failed(f"{measure.load} took over {LOAD_SECONDS} s") from error
+    """What one load found out, with the processor time of the relay."""
+    cpu_before = relay.cpu_seconds()
+    ports = [str(relay.ports.listen), str(relay.ports.target)]
+    done = subprocess.run(
+        [str(measure.program), measure.load, *ports, str(measure.count)],
+        capture_output=True,
+        text=True,
+    )
     if done.returncode != 0:
-        raise Failed(f"{measure.load}: {done.stderr.strip()}")
+        relay.check_alive()
+        raise Failed(f"{measure.load} {measure.count}: {complaint(done.returncode, done.stderr)}")
     result = json.loads(done.stdout)
-    if cpu_before is not None and "bytes" in result:
-        result["cpuSecondsPerGib"] = (relay.cpu_seconds() - cpu_before) / (result["bytes"] / GIB)
+    if measure.protocol == "tcp":  # a forking relay never knows when datagrams end
+        relay.wait_until_settled()
+    result["relayCpuSeconds"] = relay.cpu_seconds() - cpu_before
     return result
 
 
-def measure_rounds(relays):
-    """The values that all rounds gave, by row and name of the relay."""
-    values = {row: {relay.name: [] for relay in relays} for m in MEASURES for row in m.rows}
-    deadline = time.monotonic() + ROUNDS_SECONDS
+def complaint(status, text):
+    return "it takes too long" if status == -signal.SIGALRM else text.strip()
+
+
+@contextlib.contextmanager
+def relay_for(kind, measure, started, ports):
+    """The relay of a kind that takes one load. With datagrams that is one without a past: nobody
+    tells it that a client has gone, and some are slower for each that they remember."""
+    if kind is None:
+        yield Direct(ports.target)
+    elif measure.protocol == "udp":
+        with running(kind, ports, "udp") as relay:
+            yield relay
+    else:
+        yield started[kind]
+
+
+def takes_part(kind, measure, started):
+    if kind is None:
+        return True
+    if kind is CAPTURING and not measure.with_capture:
+        return False
+    return measure.protocol in kind.protocols and (measure.protocol == "udp" or kind in started)
+
+
+def measure_rounds(measures, kinds, started, ports, results):
     for number in range(ROUNDS):
-        if time.monotonic() > deadline:
-            print(f"Time is up after {number} rounds.\n")
-            break
-        for measure in MEASURES:
-            for turn in range(len(relays)):
-                relay = relays[(turn + number) % len(relays)]
+        for measure in measures:
+            taking_part = [kind for kind in kinds if takes_part(kind, measure, started)]
+            for kind in take_turns(taking_part, number):
+                name = kind.name if kind else Direct.name
                 try:
-                    result = run_load(relay, measure)
+                    with relay_for(kind, measure, started, ports) as relay:
+                        result = run_load(relay, measure)
                 except Failed as error:
-                    print(f"Not measured: {relay.name}: {error}")
+                    results.complain(name, error)
                     continue
                 for row in measure.rows:
-                    if row.field in result:
-                        values[row][relay.name].append(result[row.field])
+                    results.add(row, name, row.value(result))
+                if kind is OURS:
+                    results.add_load(measure.rows[0], result["loadCpuSeconds"] / result["seconds"])
         print(f"round {number + 1} of {ROUNDS} done", file=sys.stderr)
-    return values
 
 
-def measure_idle(kind, sessions, ports):
-    """KiB in memory and of page tables, and threads, that each of `sessions` idle ones costs."""
-    with running(kind, ports) as relay:
-        before = relay.memory()
-        load = subprocess.Popen(
-            load_command("idle", ports, sessions),
-            stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE,
-            text=True,
-        )
-        try:
-            # The load ends by its own time limits when the relay hangs.
-            if not load.stdout.readline():
-                relay.check_alive()
-                raise Failed(load.stderr.read().strip())
-            after = relay.memory()
-        finally:
-            load.kill()
-            load.communicate()
-    resident, tables, threads = ((a - b) / sessions for a, b in zip(after, before))
-    return resident / KIB, tables / KIB, threads
+def measure_loads(measures, kinds, ports, results):
+    """Starts the relays of streams once for all rounds."""
+    target, udp, *tcp = ports
+    started = {}
+    with contextlib.ExitStack() as stack:
+        if any(measure.protocol == "tcp" for measure in measures):
+            for kind in kinds:
+                try:
+                    if kind is not None:
+                        relay = running(kind, Ports(tcp.pop(), target), "tcp")
+                        started[kind] = stack.enter_context(relay)
+                except Failed as error:
+                    results.complain(kind.name, error)
+        measure_rounds(measures, kinds, started, Ports(udp, target), results)
+
+
+# --- Idle sessions -----------------------------------------------------------------------------
+
+
+def machine_memory():
+    """KiB in use by the whole machine, caches of files left out, and of what they are made up."""
+    info = {}
+    for line in pathlib.Path("/proc/meminfo").read_text().splitlines():
+        name, _, amount = line.partition(":")
+        info[name] = int(amount.split()[0])
+    # Free pages that the processors keep for themselves.
+    kept = sum(map(int, re.findall(r"\bcount: +(\d+)", pathlib.Path("/proc/zoneinfo").read_text())))
+    free = info["MemFree"] + kept * os.sysconf("SC_PAGE_SIZE") // 1024
+    info["all"] = info["MemTotal"] - free - info["Buffers"] - info["Cached"] + info["Shmem"]
+    return info
+
+
+def measure_idle(relay, sessions):
+    """KiB that each of `sessions` idle ones takes, and the round trip through one of them."""
+    before = machine_memory()
+    ports = [str(relay.ports.listen), str(relay.ports.target)]
+    with subprocess.Popen(
+        [str(TCP_LOAD), "idle", *ports, str(sessions)],
+        stdin=subprocess.PIPE,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+    ) as load:
+        opened = greeted = before
+        if load.stdout.readline():
+            opened = settled_memory()
+            print("1", end="", file=load.stdin, flush=True)
+        if load.stdout.readline():
+            greeted = settled_memory()
+            print("1", end="", file=load.stdin, flush=True)
+        load.stdin.close()
+        probe = load.stdout.read()
+        if load.wait() != 0:
+            relay.check_alive()
+            reason = complaint(load.returncode, load.stderr.read())
+            raise Failed(f"{sessions} idle sessions: {reason}")
+    result = {part: (opened[part] - before[part]) / sessions for part in before}
+    result["used"] = (greeted["all"] - before["all"]) / sessions
+    return result | json.loads(probe)
+
+
+def settled_memory():
+    time.sleep(SETTLED_SECONDS)
+    return machine_memory()
+
+
+def measure_idle_rounds(kinds, ports, results):
+    target, listen = ports[:2]
+    for number in range(ROUNDS):
+        for kind in take_turns(kinds, number):
+            name = kind.name if kind else Direct.name
+            sessions = kind.idle_sessions if kind else IDLE_SESSIONS
+            try:
+                if kind:
+                    with running(kind, Ports(listen, target)) as relay:
+                        result = measure_idle(relay, sessions)
+                else:
+                    result = measure_idle(Direct(target), sessions)
+            except Failed as error:
+                results.complain(name, error)
+                continue
+            for row in MEMORY_ROWS:
+                results.add(row, name, row.value(result))
+            if sessions == IDLE_SESSIONS:
+                results.add(PROBE_ROW, name, PROBE_ROW.value(result))
+        print(f"idle round {number + 1} of {ROUNDS} done", file=sys.stderr)
+
+
+# --- The capture store -------------------------------------------------------------------------
+
+
+def measure_trims(results):
+    """The longest wait of a writer beyond that of the same loop with nothing recorded."""
+    done = subprocess.run([str(STORE_BENCH)], capture_output=True, text=True, check=True)
+    case = ""
+    for line in done.stdout.splitlines():
+        if found := re.match(r"\s+beyond\s+([-\d.]+)", line):
+            row = less(f"wait at a trim, {case}, us", None, 1, Goal(200, ""))
+            results.add(row, OURS.name, float(found[1]))
+        elif not line.startswith(" "):
+            case = line
 
 
 # --- The tables --------------------------------------------------------------------------------
@@ -166,54 +384,54 @@ def print_table(header, lines):
     print()
 
 
-def times_as_good(row, ours, theirs):
-    better, worse = (ours, theirs) if row.more_is_better else (theirs, ours)
-    return f"{better / worse:.2f}" if worse else "-"
-
-
-def summary(row, by_name):
-    """A line of the table: the medians, and how ours compares."""
-    medians = {name: statistics.median(values) for name, values in by_name.items() if values}
-    line = [row.title]
-    line += [f"{medians[name]:.{row.digits}f}" if name in medians else "-" for name in by_name]
-    ours = medians.get(OURS.name)
-    peers = [peer.name for peer in PEERS if peer.name in medians]
-    if ours is None:
-        return [*line, "-", "-"]
-    line.append(times_as_good(row, ours, medians["direct"]) if "direct" in medians else "-")
-    if not peers:
-        return [*line, "-"]
-    best = (max if row.more_is_better else min)(peers, key=medians.get)
-    return [*line, f"{times_as_good(row, ours, medians[best])} ({best})"]
-
-
-def print_rounds(relays):
-    values = measure_rounds(relays)
-    names = [relay.name for relay in relays]
-    lines = [summary(row, by_name) for row, by_name in values.items()]
-    print_table(["median", *names, "vs direct", "vs best peer"], lines)
-    print(f"The last two columns: how many times as good {OURS.name} is; above 1 it is better.\n")
-
-
-def print_idle(kinds, ports):
+def print_medians(results):
     lines = []
-    for wanted in IDLE_SESSIONS:
-        sessions = min(wanted, session_limit())
-        if sessions < wanted:
-            print(f"{sessions} idle sessions stand in for {wanted}: a process may have")
-            print(f"{descriptor_limit()} descriptors at most, and this user may not change that.")
-        for kind in kinds:
-            if kind.forks and sessions > FORKING_MAX_IDLE:
-                print(f"Not measured: {kind.name}, {sessions} sessions: each is a process.")
-                continue
-            try:
-                cost = measure_idle(kind, sessions, ports)
-                lines.append([f"{sessions}", kind.name, *(f"{value:.1f}" for value in cost)])
-            except Failed as error:
-                print(f"Not measured: {kind.name}, {sessions} sessions: {error}")
-    print()
-    print_table(["idle", "relay", "KiB memory", "KiB page tables", "threads"], lines)
-    print("All for each session. What a thread takes in the kernel is in no column.\n")
+    for row in results.rows():
+        medians = results.medians(row)
+        cells = [f"{medians[name]:.{row.digits}f}" if name in medians else "-"
+                 for name in results.names]
+        lines.append([row.title, *cells, results.load(row)])
+    print_table(["median", *results.names, "load"], lines)
+    print(f"The last column: processors that the load itself keeps busy before {OURS.name}.\n")
+
+
+def goal_line(title, row, goal, medians):
+    """What we have, what it is measured against, and whether that is enough; None without both."""
+    ours, other = OURS.name, None
+    if goal.beside == "capture off":
+        title, ours, other = f"capture on: {title}", CAPTURING.name, OURS.name
+    elif goal.beside:
+        peers = [name for name in medians if name not in ("direct", OURS.name, CAPTURING.name)]
+        other = (min if row.less_is_better else max)(peers, key=medians.get, default=None)
+    if ours not in medians or (goal.beside and other not in medians):
+        return None
+    figure = medians[ours] / medians[other] if goal.beside else medians[ours]
+    met = figure <= goal.limit if row.less_is_better else figure >= goal.limit
+    beside = "capture off" if goal.beside == "capture off" else other
+    return [
+        title,
+        f"{medians[ours]:.{row.digits}f}",
+        f"{medians[other]:.{row.digits}f} {beside}" if other else "-",
+        f"{figure:.2f}" if other else "-",
+        f"{'<=' if row.less_is_better else '>='} {goal.limit:g}",
+        "yes" if met else "no",
+    ]
+
+
+def print_goals(results):
+    lines = []
+    heading = ""
+    for row in results.rows():
+        # An indented row goes with the one before it.
+        if row.title.startswith(" "):
+            title = f"{heading}: {row.title.strip()}"
+        else:
+            title = row.title
+            heading = row.title.rpartition(",")[0]
+        for goal in row.goals:
+            lines.append(goal_line(title, row, goal, results.medians(row)))
+    lines = [line for line in lines if line]
+    print_table(["", "quillgate", "beside", "ratio", "goal", "met"], lines)
 
 
 def describe_machine():
@@ -221,29 +439,38 @@ def describe_machine():
         models = [line.partition(":")[2].strip() for line in cpuinfo if "model name" in line]
     load = ", ".join(f"{value:.1f}" for value in os.getloadavg())
     model = models[0] if models else "unknown processor"
-    print(f"{os.cpu_count()} x {model}, Linux {os.uname().release}; load average {load}\n")
+    print(f"{os.cpu_count()} x {model}, Linux {os.uname().release}; load average {load}")
 
 
 def main():
-    for program in (HOST, LOAD):
+    groups = sys.argv[1:] or GROUPS
+    if not set(groups) <= set(GROUPS):
+        sys.exit(f"usage: {sys.argv[0]} [{'|'.join(GROUPS)}]...")
+    for program in (HOST, TCP_LOAD, UDP_LOAD, STORE_BENCH):
         if not program.exists():
             sys.exit(f"{program} is missing: build the linux preset first")
     # Leaves through the clean-up of every `with`.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit("terminated"))
-    raise_descriptor_limit()
     describe_machine()
-    kinds = available_kinds()
-    target, *listen = free_ports(len(kinds) + 2)
+    peers = available_peers()
+    # None is loopback without a relay.
+    ours = [None, OURS]
+    results = Results([Direct.name, OURS.name, CAPTURING.name, *(peer.name for peer in peers)])
+    ports = free_ports(len(peers) + 4)
 
-    with contextlib.ExitStack() as stack:
-        relays = [Direct(target)]
-        for kind, port in zip([*kinds, CAPTURING], listen):
-            try:
-                relays.append(stack.enter_context(running(kind, Ports(port, target))))
-            except Failed as error:
-                print(f"Left out: {error}")
-        print_rounds(relays)
-    print_idle(kinds, Ports(listen[0], target))
+    # First, so that no memory of connections that have ended is given back meanwhile.
+    if "idle" in groups:
+        if raise_descriptor_limit() < 2 * IDLE_SESSIONS + SPARE_DESCRIPTORS:
+            print("Idle sessions are left out: a process may not have enough descriptors.")
+        else:
+            measure_idle_rounds([*ours, *peers], ports, results)
+    if "trim" in groups:
+        measure_trims(results)
+    if measures := [measure for measure in MEASURES if measure.group in groups]:
+        measure_loads(measures, [*ours, CAPTURING, *peers], ports, results)
+    print()
+    print_medians(results)
+    print_goals(results)
     describe_machine()
 
 

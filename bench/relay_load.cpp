@@ -1,18 +1,25 @@
-// The load of relay_bench.py: takes one measure of one relay and prints it as a line of JSON.
+// The TCP load of relay_bench.py: takes one measure of one relay and prints it as a line of JSON.
 //
 //   relay_load MEASURE RELAY_PORT TARGET_PORT COUNT
 //
 // Both ends are in this process: it listens on TARGET_PORT as the target and connects to RELAY_PORT
 // as the clients. The same number twice measures loopback without a relay. Every byte that arrives
 // is compared with what was sent. A relay need not pass a half-close on: each end knows from the
-// start how much will come.
+// start how much will come. A load that takes too long, because the relay hangs, is ended by
+// SIGALRM.
+//
+// On two processors the load competes with the relay: it does no more than it has to, and prints
+// how much processor time it took itself.
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <random>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -26,9 +33,11 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 using Microseconds = std::chrono::duration<double, std::micro>;
 
-constexpr std::size_t kBytesPerMeasure = std::size_t{512} << 20;
+constexpr std::size_t kBytesPerMeasure = std::size_t{1} << 30;
 constexpr std::size_t kRoundTripBytes = 64;
-constexpr std::chrono::milliseconds kConnectingTime{500};
+constexpr unsigned kProbeRoundTrips = 5'000;
+constexpr std::chrono::seconds kConnectingTime{1};
+constexpr unsigned kLongestSeconds = 40;
 
 struct Ends {
   std::uint16_t relayPort;
@@ -47,50 +56,100 @@ void receiveExpected(const Connection& from, std::span<const std::byte> expected
   if (!std::ranges::equal(received, expected)) fail("the relay changed the data");
 }
 
-// Opens one session; it is complete when a number has gone through it and back.
-Session openSession(const Ends& ends, const Listener& listener, unsigned number) {
-  const auto greeting = std::as_bytes(std::span(&number, 1));
-  Connection client = connectTo(ends.relayPort, number);
-  client.send(greeting);
-  std::optional<Connection> target = listener.accept();
-  if (!target) fail("the listener was stopped");
-  receiveExpected(*target, greeting);
-  target->send(greeting);
-  receiveExpected(client, greeting);
-  return {std::move(client), std::move(*target)};
-}
-
+// Opens sessions one after the other. Nothing goes through them.
 std::vector<Session> openSessions(const Ends& ends, unsigned count) {
   const Listener listener(ends.targetPort);
   std::vector<Session> sessions;
   sessions.reserve(count);
-  for (unsigned i = 0; i < count; ++i) sessions.push_back(openSession(ends, listener, i));
+  for (unsigned i = 0; i < count; ++i) {
+    Connection client = connectTo(ends.relayPort, i);
+    std::optional<Connection> target = listener.accept();
+    if (!target) fail("the listener was stopped");
+    sessions.push_back({std::move(client), std::move(*target)});
+  }
   return sessions;
 }
 
-// A stream of numbers that count up from a start of its own, one block at a time.
+// Passes a number through each session and back.
+void greetAll(const std::vector<Session>& sessions) {
+  for (unsigned number = 0; const Session& session : sessions) {
+    const auto greeting = std::as_bytes(std::span(&number, 1));
+    session.client.send(greeting);
+    receiveExpected(session.target, greeting);
+    session.target.send(greeting);
+    receiveExpected(session.client, greeting);
+    ++number;
+  }
+}
+
+// What has passed since its construction.
+class Stopwatch {
+ public:
+  double seconds() const { return Seconds(Clock::now() - begin_).count(); }
+  double cpuSeconds() const {
+    return static_cast<double>(std::clock() - cpuBegin_) / CLOCKS_PER_SEC;
+  }
+
+ private:
+  Clock::time_point begin_ = Clock::now();
+  std::clock_t cpuBegin_ = std::clock();
+};
+
+using Times = std::vector<double>;  // in microseconds
+
+// The time that the given share of `sorted` does not exceed.
+double percentile(const Times& sorted, double share) {
+  return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
+}
+
+// An amount of bytes, connections or messages that took until now.
+void printResult(double amount, const Stopwatch& stopwatch, Times times = {}) {
+  const double seconds = stopwatch.seconds();
+  std::printf(R"({"amount": %.0f, "seconds": %.6f, "loadCpuSeconds": %.3f)", amount, seconds,
+              stopwatch.cpuSeconds());
+  if (!times.empty()) {
+    std::ranges::sort(times);
+    std::printf(R"(, "p50Microseconds": %.1f, "p99Microseconds": %.1f)", percentile(times, 0.5),
+                percentile(times, 0.99));
+  }
+  std::puts("}");
+  std::fflush(stdout);
+}
+
+// A stream of blocks that are cut out of the same random numbers, each from one number further on:
+// data in a wrong place differ, and nobody spends time on making them.
 class Pattern {
  public:
-  explicit Pattern(std::uint64_t start) : next_(start) {}
+  explicit Pattern(std::size_t start) : next_(start) {}
 
   std::span<const std::byte> nextBlock() {
-    for (std::uint64_t& word : block_) word = next_++;
-    return std::as_bytes(std::span(block_));
+    return std::as_bytes(std::span(numbers()).subspan(next_++ % kBlocks, kBlockNumbers));
   }
 
   static constexpr std::size_t kBlockBytes = std::size_t{64} << 10;
 
  private:
-  std::uint64_t next_;
-  std::array<std::uint64_t, kBlockBytes / sizeof(std::uint64_t)> block_;
+  static constexpr std::size_t kBlocks = 1'021;
+  static constexpr std::size_t kBlockNumbers = kBlockBytes / sizeof(std::uint64_t);
+
+  static const std::vector<std::uint64_t>& numbers() {
+    static const std::vector<std::uint64_t> made = [] {
+      std::vector<std::uint64_t> random(kBlockNumbers + kBlocks);
+      std::ranges::generate(random, std::mt19937_64());
+      return random;
+    }();
+    return made;
+  }
+
+  std::size_t next_;
 };
 
-void sendStream(const Connection& to, std::uint64_t start, std::size_t blocks) {
+void sendStream(const Connection& to, std::size_t start, std::size_t blocks) {
   Pattern pattern(start);
   for (; blocks > 0; --blocks) to.send(pattern.nextBlock());
 }
 
-void receiveStream(const Connection& from, std::uint64_t start, std::size_t blocks) {
+void receiveStream(const Connection& from, std::size_t start, std::size_t blocks) {
   Pattern pattern(start);
   std::vector<std::byte> received(Pattern::kBlockBytes);
   for (; blocks > 0; --blocks) {
@@ -104,7 +163,7 @@ void receiveStream(const Connection& from, std::uint64_t start, std::size_t bloc
 // Adds the two threads that move `blocks` blocks from one end to the other.
 void addStream(std::vector<std::jthread>& threads, const Connection& from, const Connection& to,
                std::size_t blocks) {
-  const std::uint64_t start = std::uint64_t{threads.size()} << 48;
+  const std::size_t start = 100 * threads.size();
   threads.emplace_back([&from, start, blocks] { sendStream(from, start, blocks); });
   threads.emplace_back([&to, start, blocks] { receiveStream(to, start, blocks); });
 }
@@ -113,10 +172,11 @@ enum class Direction { toTarget, both };
 
 void measureStreams(const Ends& ends, unsigned count, Direction direction) {
   const std::vector<Session> sessions = openSessions(ends, count);
+  greetAll(sessions);
   const std::size_t streams = direction == Direction::both ? 2 * sessions.size() : sessions.size();
   const std::size_t blocks = kBytesPerMeasure / Pattern::kBlockBytes / streams;
 
-  const auto begin = Clock::now();
+  const Stopwatch stopwatch;
   {
     std::vector<std::jthread> threads;
     for (const Session& session : sessions) {
@@ -126,42 +186,58 @@ void measureStreams(const Ends& ends, unsigned count, Direction direction) {
       }
     }
   }
-  const Seconds elapsed = Clock::now() - begin;
-  const double bytes = static_cast<double>(blocks * streams * Pattern::kBlockBytes);
-  std::printf("{\"bytes\": %.0f, \"megabytesPerSecond\": %.1f}\n", bytes,
-              bytes / 1e6 / elapsed.count());
+  printResult(static_cast<double>(blocks * streams * Pattern::kBlockBytes), stopwatch);
 }
 
-// One message at a time to the target and back.
-void measureRoundTrips(const Ends& ends, unsigned count) {
-  const unsigned warmUp = count / 10;
-  const std::vector<Session> sessions = openSessions(ends, 1);
-  const Session& session = sessions.front();
-  const std::jthread echo([&session, rounds = warmUp + count] {
+// Sends one message at a time to the target and back.
+Times timeRoundTrips(const Session& session, unsigned count) {
+  const std::jthread echo([&session, count] {
     std::array<std::byte, kRoundTripBytes> message;
-    for (unsigned i = 0; i < rounds; ++i) {
+    for (unsigned i = 0; i < count; ++i) {
       session.target.receive(message);
       session.target.send(message);
     }
   });
 
-  std::vector<double> times;
+  Times times;
   times.reserve(count);
   std::array<std::byte, kRoundTripBytes> message{};
-  for (unsigned i = 0; i < warmUp + count; ++i) {
+  for (unsigned i = 0; i < count; ++i) {
     std::memcpy(message.data(), &i, sizeof i);
     const auto begin = Clock::now();
     session.client.send(message);
     receiveExpected(session.client, message);
-    if (i >= warmUp) times.push_back(Microseconds(Clock::now() - begin).count());
+    times.push_back(Microseconds(Clock::now() - begin).count());
   }
-  std::ranges::sort(times);
-  std::printf("{\"p50Microseconds\": %.1f, \"p99Microseconds\": %.1f}\n", times[count / 2],
-              times[count - 1 - count / 100]);
+  return times;
 }
 
-// Clients that connect, send a byte, wait for its echo and close, one after the other. As many
-// threads echo, so that a slow session holds nobody up. The target closes first.
+// Times the round trips of one session, after some for warming up.
+void printRoundTrips(const Session& session, unsigned count) {
+  timeRoundTrips(session, count / 10);
+  const Stopwatch stopwatch;
+  const Times times = timeRoundTrips(session, count);
+  printResult(count, stopwatch, times);
+}
+
+// Connects, sends a byte, waits for its echo and closes, again and again until the time is up.
+Times timeConnections(const Ends& ends, unsigned clientNumber, Clock::time_point end) {
+  Times times;
+  for (unsigned number = clientNumber; Clock::now() < end; ++number) {
+    const auto begin = Clock::now();
+    {
+      const std::array byte{static_cast<std::byte>(number)};
+      const Connection connection = connectTo(ends.relayPort, number);
+      connection.send(byte);
+      receiveExpected(connection, byte);
+    }
+    times.push_back(Microseconds(Clock::now() - begin).count());
+  }
+  return times;
+}
+
+// As many threads echo as there are clients, so that a slow session holds nobody up. The target
+// closes first.
 void measureConnections(const Ends& ends, unsigned clientCount) {
   const Listener listener(ends.targetPort);
   std::vector<std::jthread> targets;
@@ -175,33 +251,38 @@ void measureConnections(const Ends& ends, unsigned clientCount) {
     });
   }
 
-  std::atomic<unsigned> connections{0};
-  const auto begin = Clock::now();
+  std::vector<Times> timesOf(clientCount);
+  const Stopwatch stopwatch;
   {
+    const auto end = Clock::now() + kConnectingTime;
     std::vector<std::jthread> clients;
     for (unsigned i = 0; i < clientCount; ++i) {
-      clients.emplace_back([&, i] {
-        for (unsigned made = 0; Clock::now() - begin < kConnectingTime; ++made, ++connections) {
-          const std::array byte{static_cast<std::byte>(made)};
-          const Connection connection = connectTo(ends.relayPort, i);
-          connection.send(byte);
-          receiveExpected(connection, byte);
-        }
-      });
+      clients.emplace_back([&, i] { timesOf[i] = timeConnections(ends, i, end); });
     }
   }
-  const Seconds elapsed = Clock::now() - begin;
+  Times times;
+  for (const Times& some : timesOf) times.insert(times.end(), some.begin(), some.end());
+  printResult(static_cast<double>(times.size()), stopwatch, times);
   listener.stop();
-  std::printf("{\"connectionsPerSecond\": %.0f}\n", connections.load() / elapsed.count());
 }
 
-// Holds open sessions that say nothing until standard input ends.
+// Holds sessions through which nothing has gone yet. For each byte on standard input one more of
+// these follows: each of them is greeted, one of them is probed. All have to answer once more at
+// the end of standard input.
 void holdIdle(const Ends& ends, unsigned count) {
+  const Stopwatch stopwatch;
   const std::vector<Session> sessions = openSessions(ends, count);
-  std::printf("{\"sessions\": %zu}\n", sessions.size());
-  std::fflush(stdout);
-  while (std::getchar() != EOF) {
+  for (const Session& session : sessions) {
+    session.client.dropWhenClosed();
+    session.target.dropWhenClosed();
   }
+  printResult(count, stopwatch);
+  if (std::getchar() != EOF) {
+    greetAll(sessions);
+    printResult(count, stopwatch);
+  }
+  if (std::getchar() != EOF) printRoundTrips(sessions[count / 2], kProbeRoundTrips);
+  greetAll(sessions);
 }
 
 bool run(std::string_view measure, const Ends& ends, unsigned count) {
@@ -210,7 +291,7 @@ bool run(std::string_view measure, const Ends& ends, unsigned count) {
   } else if (measure == "duplex") {
     measureStreams(ends, count, Direction::both);
   } else if (measure == "round-trips") {
-    measureRoundTrips(ends, count);
+    printRoundTrips(openSessions(ends, 1).front(), count);
   } else if (measure == "connections") {
     measureConnections(ends, count);
   } else if (measure == "idle") {
@@ -226,6 +307,7 @@ bool run(std::string_view measure, const Ends& ends, unsigned count) {
 
 int main(int argc, char** argv) {
   using namespace quillgate::bench;
+  alarm(kLongestSeconds);
   const auto number = [argv](int index) { return std::strtoul(argv[index], nullptr, 10); };
   if (argc == 5 && number(4) > 0) {
     const Ends ends{static_cast<std::uint16_t>(number(2)), static_cast<std::uint16_t>(number(3))};

@@ -3,6 +3,7 @@
 import contextlib
 import os
 import pathlib
+import re
 import resource
 import shutil
 import signal
@@ -17,12 +18,12 @@ BUILD = pathlib.Path(__file__).resolve().parent.parent / "build" / "linux"
 HOST = BUILD / "relay_host"
 NGINX_STREAM_MODULE = pathlib.Path("/usr/lib/nginx/modules/ngx_stream_module.so")
 
-MAX_SESSIONS = 10_000
+IDLE_SESSIONS = 9_900  # with a descriptor for either side of each, below the usual limit of 20,000
+FORKING_IDLE_SESSIONS = 1_000  # more processes than that would be no service to the machine
+SELECTING_IDLE_SESSIONS = 500  # select knows no descriptor above 1,023
 WANTED_DESCRIPTORS = 65_536
-SPARE_DESCRIPTORS = 200
 PATIENCE_SECONDS = 10
 SETTLING_SECONDS = 1  # after which no process of a connection that has ended is left
-KIB = 2**10
 
 
 class Failed(Exception):
@@ -41,38 +42,62 @@ class Ports:
 @dataclass(frozen=True)
 class Kind:
     name: str
-    command: Callable  # writes what it needs into a folder; gives the arguments for some ports
+    # Writes what it needs into a folder; gives the arguments for some ports and "tcp" or "udp".
+    command: Callable
+    protocols: tuple = ("tcp", "udp")
     needs: tuple = ()  # programs and files
+    version: str = ""  # the argument that has the first of the programs print it
     package: str = ""
-    forks: bool = False  # a process for each session
+    idle_sessions: int = IDLE_SESSIONS  # that it is asked to hold
     capture: bool = False
 
     def missing(self):
         return [str(need) for need in self.needs if shutil.which(need) is None
                 and not os.path.exists(need)]
 
+    def version_text(self):
+        done = subprocess.run([self.needs[0], self.version], capture_output=True, text=True)
+        return re.search(r"\d+\.\d[\d.]*", done.stdout + done.stderr).group()
 
-def quillgate_command(folder, ports):
+
+def quillgate_command(folder, ports, protocol):
     config = folder / "Quillgate" / "config.xml"
     config.parent.mkdir()
     config.write_text(
-        '<config><rules><rule id="1"><enabled>1</enabled><proto>tcp</proto>'
+        f'<config><rules><rule id="1"><enabled>1</enabled><proto>{protocol}</proto>'
         f"<localPort>{ports.listen}</localPort><targetIp>127.0.0.1</targetIp>"
         f"<targetPort>{ports.target}</targetPort></rule></rules></config>"
     )
     return ["env", f"XDG_DATA_HOME={folder}", str(HOST)]
 
 
-def socat_command(folder, ports):
-    listen = f"TCP4-LISTEN:{ports.listen},bind=127.0.0.1,reuseaddr,fork,backlog=4096"
-    return ["socat", listen, f"TCP4:127.0.0.1:{ports.target}"]
+def socat_command(_folder, ports, protocol):
+    listen = f"LISTEN:{ports.listen},bind=127.0.0.1,reuseaddr"
+    if protocol == "tcp":
+        return ["socat", f"TCP4-{listen},fork,backlog=4096", f"TCP4:127.0.0.1:{ports.target}"]
+    # One process for the one client that it answers. Its own 8 KiB would cut datagrams off.
+    return ["socat", "-b65536", f"UDP4-{listen}", f"UDP4:127.0.0.1:{ports.target}"]
 
 
-def haproxy_command(folder, ports):
+def rinetd_command(folder, ports, protocol):
+    config = folder / "rinetd.conf"
+    timeout = "[timeout=3600]" if protocol == "udp" else ""
+    config.write_text(
+        f"127.0.0.1 {ports.listen}/{protocol} 127.0.0.1 {ports.target}/{protocol} {timeout}\n"
+        f"pidlogfile {folder}/rinetd.pid\n"
+    )
+    return ["rinetd", "-f", "-c", str(config)]
+
+
+def redir_command(_folder, ports, _protocol):
+    return ["redir", "-n", f"127.0.0.1:{ports.listen}", f"127.0.0.1:{ports.target}"]
+
+
+def haproxy_command(folder, ports, _protocol):
     config = folder / "haproxy.cfg"
     config.write_text(
         f"""global
-  maxconn {session_limit() + 50}
+  maxconn {IDLE_SESSIONS + 50}
 defaults
   mode tcp
   timeout connect 5s
@@ -86,17 +111,19 @@ listen relay
     return ["haproxy", "-db", "-f", str(config)]
 
 
-def nginx_command(folder, ports):
+def nginx_command(folder, ports, protocol):
+    # Datagrams of one client have to meet in one process.
+    processes, listen = ("auto", "backlog=4096") if protocol == "tcp" else ("1", "udp")
     config = folder / "nginx.conf"
     config.write_text(
         f"""load_module {NGINX_STREAM_MODULE};
 daemon off;
 pid {folder}/nginx.pid;
-worker_processes auto;
-events {{ worker_connections 24000; }}
+worker_processes {processes};
+events {{ worker_connections {2 * IDLE_SESSIONS + 1_000}; }}
 stream {{
   server {{
-    listen 127.0.0.1:{ports.listen} backlog=4096;
+    listen 127.0.0.1:{ports.listen} {listen};
     proxy_pass 127.0.0.1:{ports.target};
     proxy_timeout 1h;
   }}
@@ -109,13 +136,45 @@ stream {{
 OURS = Kind("quillgate", quillgate_command)
 CAPTURING = Kind("capture on", quillgate_command, capture=True)
 PEERS = (
-    Kind("socat", socat_command, ("socat",), "socat", forks=True),
-    Kind("haproxy", haproxy_command, ("haproxy",), "haproxy"),
+    Kind(
+        "socat",
+        socat_command,
+        needs=("socat",),
+        version="-V",
+        package="socat",
+        idle_sessions=FORKING_IDLE_SESSIONS,
+    ),
+    Kind(
+        "rinetd",
+        rinetd_command,
+        needs=("rinetd",),
+        version="-v",
+        package="rinetd",
+        idle_sessions=SELECTING_IDLE_SESSIONS,
+    ),
+    Kind(
+        "redir",
+        redir_command,
+        protocols=("tcp",),
+        needs=("redir",),
+        version="-v",
+        package="redir",
+        idle_sessions=FORKING_IDLE_SESSIONS,
+    ),
+    Kind(
+        "haproxy",
+        haproxy_command,
+        protocols=("tcp",),
+        needs=("haproxy",),
+        version="-v",
+        package="haproxy",
+    ),
     Kind(
         "nginx",
         nginx_command,
-        ("nginx", NGINX_STREAM_MODULE),
-        "nginx-light and libnginx-mod-stream",
+        needs=("nginx", NGINX_STREAM_MODULE),
+        version="-v",
+        package="nginx-light and libnginx-mod-stream",
     ),
 )
 
@@ -131,17 +190,26 @@ class Direct:
     def __init__(self, target_port):
         self.ports = Ports(target_port, target_port)
 
+    def check_alive(self):
+        pass
+
+    def wait_until_settled(self):
+        pass
+
+    def cpu_seconds(self):
+        return 0
+
 
 class Relay:
     """A running relay: a process, and whatever it forks, in a session (see setsid) of its own."""
 
-    def __init__(self, kind, folder, ports):
+    def __init__(self, kind, folder, ports, protocol):
         self.name = kind.name
         self.ports = ports
         self._output_path = folder / "output"
         with open(self._output_path, "wb") as output:
             self._process = subprocess.Popen(
-                kind.command(folder, ports),
+                kind.command(folder, ports, protocol),
                 stdin=subprocess.DEVNULL,
                 stdout=output,
                 stderr=subprocess.STDOUT,
@@ -152,11 +220,12 @@ class Relay:
                 self._wait_for_output("ready")
                 self._process.send_signal(signal.SIGUSR1)
                 self._wait_for_output("capture on")
-            self._wait_until_relaying()
+            if protocol == "tcp":  # with datagrams the load tries until one comes through
+                self._wait_until_relaying()
+                time.sleep(SETTLING_SECONDS)
         except BaseException:
             self.stop()
             raise
-        time.sleep(SETTLING_SECONDS)
         self._settled = self._living()
 
     def stop(self):
@@ -166,29 +235,25 @@ class Relay:
                 os.killpg(self._process.pid, number)
             with contextlib.suppress(subprocess.TimeoutExpired):
                 self._process.wait(timeout=5)
+        # Until then one of them may still hold the listening socket.
+        wait_until(lambda: not self._living(), f"{self.name} does not end")
 
     def check_alive(self):
         status = self._process.poll()
         if status is not None:
             raise Failed(f"{self.name} ended with status {status}: {self._output()}")
 
-    def cpu_seconds(self):
-        """User and system time of all processes, those that have ended included."""
+    def wait_until_settled(self):
+        """Until no process is left of connections that have ended."""
         wait_until(
             lambda: self._living() == self._settled, f"{self.name} keeps processes after a load"
         )
+
+    def cpu_seconds(self):
+        """User and system time of all processes, those that have ended included."""
         # Their own and that of the children they waited for; the others stay visible as zombies.
         ticks = sum(sum(map(int, stat[11:15])) for stat in self._stats().values())
         return ticks / os.sysconf("SC_CLK_TCK")
-
-    def memory(self):
-        """Bytes in memory, with shared pages counted once, bytes of page tables, threads."""
-        resident = tables = threads = 0
-        for pid in self._living():
-            resident += proc_field(pid, "smaps_rollup", "Pss") * KIB
-            tables += proc_field(pid, "status", "VmPTE") * KIB
-            threads += proc_field(pid, "status", "Threads")
-        return resident, tables, threads
 
     def _stats(self):
         """The fields of /proc/PID/stat after the name, by the PIDs of the session."""
@@ -235,33 +300,27 @@ class Relay:
 
 
 @contextlib.contextmanager
-def running(kind, ports):
+def running(kind, ports, protocol="tcp"):
     with tempfile.TemporaryDirectory(prefix="relay_bench.") as name:
         folder = pathlib.Path(name)
         folder.chmod(0o755)  # a relay may drop its rights
-        relay = Relay(kind, folder, ports)
+        relay = Relay(kind, folder, ports, protocol)
         try:
             yield relay
         finally:
             relay.stop()
 
 
-def available_kinds():
-    """Ours and the peers that this machine has; says which it has not."""
-    kinds = [OURS]
+def available_peers():
+    """Says which peers this machine has and which it has not."""
+    peers = []
     for peer in PEERS:
         if missing := peer.missing():
             print(f"{peer.name} is left out: no {', '.join(missing)} (Debian: {peer.package})")
         else:
-            kinds.append(peer)
-    return kinds
-
-
-def proc_field(pid, file, field):
-    for line in pathlib.Path(f"/proc/{pid}/{file}").read_text().splitlines():
-        if line.startswith(field + ":"):
-            return int(line.split()[1])
-    raise Failed(f"no {field} in /proc/{pid}/{file}")
+            peers.append(peer)
+    print("Peers: " + ", ".join(f"{peer.name} {peer.version_text()}" for peer in peers))
+    return peers
 
 
 def wait_until(probe, complaint):
@@ -290,19 +349,11 @@ def free_ports(count):
 
 
 def raise_descriptor_limit():
-    """For this process and all it starts. Only a privileged one may raise the hard limit."""
+    """The limit, for this process and all it starts. Only a privileged one may raise a hard one."""
     hard = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
     try:
         wanted = max(hard, WANTED_DESCRIPTORS)
         resource.setrlimit(resource.RLIMIT_NOFILE, (wanted, wanted))
     except (ValueError, PermissionError):
         resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
-
-
-def descriptor_limit():
     return resource.getrlimit(resource.RLIMIT_NOFILE)[0]
-
-
-def session_limit():
-    """The most sessions that one process can hold, with a descriptor for either side of each."""
-    return min(MAX_SESSIONS, (descriptor_limit() - SPARE_DESCRIPTORS) // 2)
