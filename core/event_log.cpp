@@ -17,8 +17,10 @@ void EventLog::setLogFilePath(std::wstring path) {
 }
 
 void EventLog::write(std::wstring_view message) {
-  std::wstring line = formatTimeStamp(platform::localTime());
-  line += message;
+  const TimeStamp stamp(platform::localTime());
+  std::wstring line;
+  line.reserve(kTimeStampLength + message.size());
+  line.append(stamp.text()).append(message);
   std::vector<std::byte> fileLine;
   fileLine.reserve((line.size() + 2) * 2);
   appendUtf16le(line, fileLine);

@@ -25,7 +25,7 @@ void TrafficMonitor::capturePayload(std::uint32_t ruleIndex, std::wstring_view t
   if (!captureOn_.load(std::memory_order_relaxed)) return;
 
   auto record = std::make_shared<MonitorRecord>();
-  record->timestamp = formatTimeStamp(platform::localTime());
+  record->timestamp = TimeStamp(platform::localTime()).text();
   record->text = text;
   const auto kept = data.first(std::min(data.size(), kMaxPayloadBytes));
   record->payload.assign(kept.begin(), kept.end());

@@ -19,6 +19,8 @@ struct LocalTime {
   int minute = 0;
   int second = 0;
   int millisecond = 0;
+
+  bool operator==(const LocalTime&) const = default;
 };
 
 // Prepares what the other seams need: sockets, and on Windows COM on the calling thread. On Linux,
@@ -32,7 +34,7 @@ struct LocalTime {
 // on Windows, sockets that are still open stop working and threads that use them see errors.
 void stopPlatform() noexcept;
 
-// The time now. Any thread.
+// The time now. Any thread. A new time zone counts from the next second on at the latest.
 [[nodiscard]] LocalTime localTime() noexcept;
 
 // The folder for this user's application data that stays on this machine, without a separator at

@@ -100,13 +100,13 @@ TEST_F(TrafficMonitorTest, RecordsAnEventWithoutAPayload) {
 
 TEST_F(TrafficMonitorTest, StampsEachRecordWithTheLocalTime) {
   monitor.choose(kFilterAll);
-  const std::wstring before = formatTimeStamp(platform::localTime());
+  const TimeStamp before(platform::localTime());
   monitor.captureEvent(0, L"event");
-  const std::wstring after = formatTimeStamp(platform::localTime());
+  const TimeStamp after(platform::localTime());
   const std::wstring stamp = monitor.snapshot(kFilterAll)[0].timestamp;
   EXPECT_EQ(stamp.size(), kTimeStampLength);
-  EXPECT_LE(before, stamp);
-  EXPECT_LE(stamp, after);
+  EXPECT_LE(before.text(), stamp);
+  EXPECT_LE(stamp, after.text());
 }
 
 TEST_F(TrafficMonitorTest, KeepsAPayloadOf4096BytesWhole) {

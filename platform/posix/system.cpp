@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <limits>
 #include <string>
 
 #include "platform/posix/text.h"
@@ -112,10 +113,18 @@ bool startPlatform() noexcept {
 void stopPlatform() noexcept {}
 
 LocalTime localTime() noexcept {
+  // Looking a second up takes a lock of the whole process, so each thread keeps the last one. What
+  // it shows is right for that second, whatever the clock does next; only a time zone that the C
+  // library learns of within the second waits for the next one.
+  thread_local constinit time_t second = std::numeric_limits<time_t>::min();
+  thread_local constinit tm parts{};
+
   timespec now{};
   ::clock_gettime(CLOCK_REALTIME, &now);
-  tm parts{};
-  ::localtime_r(&now.tv_sec, &parts);
+  if (now.tv_sec != second) {
+    ::localtime_r(&now.tv_sec, &parts);
+    second = now.tv_sec;
+  }
   return {.year = parts.tm_year + 1900,
           .month = parts.tm_mon + 1,
           .day = parts.tm_mday,
