@@ -46,8 +46,9 @@ void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) 
 }
 
 void TrafficMonitor::notify() {
-  if (!notifier_.isMonitorOpen()) return;
-  if (refreshPending_.exchange(true)) return;
+  // Looked at first: a window that is about to refresh will see the record, and asking whether one
+  // is open can be a call of the system. Without a window nothing is left pending.
+  if (refreshPending_.load() || !notifier_.isMonitorOpen() || refreshPending_.exchange(true)) return;
   // A notice that was not delivered must not prevent all later ones.
   if (!notifier_.notifyNewRecords()) refreshPending_.store(false);
 }

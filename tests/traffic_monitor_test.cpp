@@ -270,6 +270,16 @@ TEST_F(TrafficMonitorTest, PostsOneNoticeForManyCaptures) {
   EXPECT_EQ(notifier.recordNotices, 2);
 }
 
+TEST_F(TrafficMonitorTest, DoesNotAskForAMonitorWhileANoticeIsUnderWay) {
+  monitor.choose(kFilterAll);
+  notifier.monitorOpen = true;
+  captureEvents(0, 100);
+  EXPECT_EQ(notifier.monitorQuestions, 1);
+  monitor.beginRefresh();
+  captureEvents(0, 100);
+  EXPECT_EQ(notifier.monitorQuestions, 2);
+}
+
 TEST_F(TrafficMonitorTest, AsksAgainAfterANoticeThatWasNotDelivered) {
   monitor.choose(kFilterAll);
   notifier.monitorOpen = true;

@@ -13,6 +13,7 @@ class FakeNotifier final : public UiNotifier {
  public:
   std::atomic<int> lineNotices{0};
   std::atomic<int> recordNotices{0};
+  mutable std::atomic<int> monitorQuestions{0};  // whether one is open
   std::atomic<bool> monitorOpen{false};
   std::atomic<bool> delivers{true};  // whether a record notice reaches it
 
@@ -25,7 +26,10 @@ class FakeNotifier final : public UiNotifier {
     ++lineNotices;
     onLine();
   }
-  [[nodiscard]] bool isMonitorOpen() const noexcept override { return monitorOpen; }
+  [[nodiscard]] bool isMonitorOpen() const noexcept override {
+    ++monitorQuestions;
+    return monitorOpen;
+  }
   [[nodiscard]] bool notifyNewRecords() noexcept override {
     ++recordNotices;
     onRecords();
