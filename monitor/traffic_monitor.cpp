@@ -4,7 +4,6 @@
 #include <memory>
 #include <utility>
 
-#include "core/time_stamp.h"
 #include "monitor/export_text.h"
 #include "platform/system.h"
 
@@ -24,14 +23,12 @@ void TrafficMonitor::capturePayload(std::uint32_t ruleIndex, std::wstring_view t
                                     std::span<const std::byte> data) {
   if (!captureOn_.load(std::memory_order_relaxed)) return;
 
-  auto record = std::make_shared<MonitorRecord>();
-  record->timestamp = TimeStamp(platform::localTime()).text();
-  record->text = text;
   const auto kept = data.first(std::min(data.size(), kMaxPayloadBytes));
-  record->payload.assign(kept.begin(), kept.end());
-  if (kept.size() < data.size()) record->text += L"(truncated)";
-
-  appendRecord(ruleIndex, std::move(record));
+  const Capture capture{.time = platform::localTime(),
+                        .text = text,
+                        .ending = kept.size() < data.size() ? L"(truncated)" : L"",
+                        .payload = kept};
+  appendRecord(ruleIndex, maker_.make(ruleIndex, capture));
   notify();
 }
 
@@ -48,7 +45,8 @@ void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) 
 void TrafficMonitor::notify() {
   // Looked at first: a window that is about to refresh will see the record, and asking whether one
   // is open can be a call of the system. Without a window nothing is left pending.
-  if (refreshPending_.load() || !notifier_.isMonitorOpen() || refreshPending_.exchange(true)) return;
+  if (refreshPending_.load() || !notifier_.isMonitorOpen() || refreshPending_.exchange(true))
+    return;
   // A notice that was not delivered must not prevent all later ones.
   if (!notifier_.notifyNewRecords()) refreshPending_.store(false);
 }
@@ -61,8 +59,11 @@ void TrafficMonitor::choose(std::int32_t filterValue) {
 
 void TrafficMonitor::clearAll() {
   decltype(lists_) cleared;  // destroyed after the lock is released
-  const std::lock_guard lock(lock_);
-  std::swap(cleared, lists_);
+  {
+    const std::lock_guard lock(lock_);
+    std::swap(cleared, lists_);
+  }
+  maker_.startAnew();
 }
 
 RecordList::Snapshot TrafficMonitor::snapshot(std::int32_t filterValue) const {

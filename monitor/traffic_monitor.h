@@ -19,6 +19,7 @@
 #include "core/ui_notifier.h"
 #include "forwarding/forward_rule.h"
 #include "monitor/record_list.h"
+#include "monitor/record_maker.h"
 #include "monitor/record_renderer.h"
 
 namespace quillgate {
@@ -98,7 +99,8 @@ class TrafficMonitor {
   std::atomic<bool> captureOn_{false};  // workers read it before each chunk
   std::atomic<std::int32_t> filter_{kFilterOff};
   std::atomic<DumpFormat> format_{DumpFormat::ascii};
-  std::atomic<bool> refreshPending_{false};      // a refresh has been asked for and not begun
+  std::atomic<bool> refreshPending_{false};  // a refresh has been asked for and not begun
+  RecordMaker maker_;
   mutable std::mutex lock_;                      // guards the lists and the shown-counters
   std::array<ShownList, 1 + kRuleCount> lists_;  // all records, then those of each rule
 };

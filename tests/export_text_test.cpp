@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "monitor/record_maker.h"
 #include "monitor/traffic_monitor.h"
 #include "tests/support/golden.h"
 #include "tests/support/test_engine.h"
@@ -33,13 +33,17 @@ std::wstring decoded(const std::vector<std::byte>& text) {
   return result;
 }
 
-void add(RecordList& list, std::wstring text, std::string_view payload = "") {
-  auto record = std::make_shared<MonitorRecord>();
-  record->timestamp = L"2024-05-07 14:03:09.04" + std::to_wstring(list.size()) + L"  ";
-  record->text = std::move(text);
-  const auto bytes = std::as_bytes(std::span(payload));
-  record->payload.assign(bytes.begin(), bytes.end());
-  static_cast<void>(list.append(std::move(record)));
+// 2024-05-07 14:03:09.040 for the first record, and a millisecond more for each after it.
+platform::LocalTime timeOf(std::size_t index) {
+  return {2024, 5, 7, 14, 3, 9, static_cast<int>(40 + index % 960)};
+}
+
+void add(RecordList& list, std::wstring_view text, std::string_view payload = "") {
+  static RecordMaker maker;
+  static_cast<void>(list.append(maker.make(0, {.time = timeOf(list.size()),
+                                               .text = text,
+                                               .ending = {},
+                                               .payload = std::as_bytes(std::span(payload))})));
 }
 
 RecordList sampleRecords() {

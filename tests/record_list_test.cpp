@@ -4,15 +4,16 @@
 
 #include <memory>
 #include <string>
-#include <utility>
+
+#include "monitor/record_maker.h"
 
 namespace quillgate {
 namespace {
 
 SharedRecord numbered(std::size_t number) {
-  auto record = std::make_shared<MonitorRecord>();
-  record->text = std::to_wstring(number);
-  return record;
+  static RecordMaker maker;
+  const std::wstring text = std::to_wstring(number);
+  return maker.make(0, {.time = {}, .text = text, .ending = {}, .payload = {}});
 }
 
 // Appends the records `first` to `last`; returns how many appends trimmed.
@@ -74,7 +75,7 @@ TEST(RecordList, TrimsAgainOnlyAfter5000More) {
 TEST(RecordList, ForgetsTrimmedRecordsWhenTheirBlockGoes) {
   RecordList list;
   const std::weak_ptr<const MonitorRecord> oldest = [&] {
-    SharedRecord record = numbered(1);
+    const auto record = std::make_shared<const MonitorRecord>();
     static_cast<void>(list.append(record));
     return std::weak_ptr(record);
   }();

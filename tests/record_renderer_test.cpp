@@ -99,8 +99,8 @@ TEST(RenderRecord, GivesAnEventOneLine) {
 }
 
 TEST(RenderRecord, PutsThePayloadAfterTheHeaderLine) {
-  const MonitorRecord record{L"2024-05-07 14:03:09.042  ", L"[UDP] C->S  ",
-                             bytes({'h', 'i', '\n'})};
+  const std::vector<std::byte> payload = bytes({'h', 'i', '\n'});
+  const MonitorRecord record{L"2024-05-07 14:03:09.042  ", L"[UDP] C->S  ", payload};
   EXPECT_EQ(renderRecord(record, DumpFormat::ascii),
             L"2024-05-07 14:03:09.042  [UDP] C->S  \r\nhi\r\n\r\n");
   EXPECT_EQ(renderRecord(record, DumpFormat::hex),
@@ -127,11 +127,12 @@ TEST(AppendRecordUtf16le, AppendsTheRenderedRecord) {
 
 TEST(RenderedLength, IsTheLengthOfTheRenderedRecord) {
   for (std::size_t size = 0; size <= 200; ++size) {
-    MonitorRecord record{L"stamp  ", L"text", {}};
+    std::vector<std::byte> payload;
     for (std::size_t i = 0; i < size; ++i) {
       // Every third byte a line feed or a carriage return.
-      record.payload.push_back(static_cast<std::byte>(i % 3 == 0 ? (i % 2 == 0 ? '\n' : '\r') : i));
+      payload.push_back(static_cast<std::byte>(i % 3 == 0 ? (i % 2 == 0 ? '\n' : '\r') : i));
     }
+    const MonitorRecord record{L"stamp  ", L"text", payload};
     for (const DumpFormat format : {DumpFormat::hex, DumpFormat::ascii}) {
       const std::wstring text = renderRecord(record, format);
       EXPECT_EQ(renderedLength(record, format), text.size());

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <semaphore>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,7 +27,7 @@ using Lines = std::vector<std::wstring>;
 
 constexpr std::size_t kLargestDatagram = 65507;
 
-std::string textOf(const std::vector<std::byte>& bytes) {
+std::string textOf(std::span<const std::byte> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 

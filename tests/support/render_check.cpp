@@ -62,7 +62,7 @@ void checkRendering(std::span<const std::byte> payload) {
           "the HEX text does not give the payload back");
   checkAscii(payload);
 
-  const MonitorRecord record{L"stamp  ", L"text", {payload.begin(), payload.end()}};
+  const MonitorRecord record{L"stamp  ", L"text", payload};
   for (const DumpFormat format : {DumpFormat::hex, DumpFormat::ascii}) {
     const std::wstring text = renderRecord(record, format);
     require(renderedLength(record, format) == text.size(), "a record has not the measured length");

@@ -64,7 +64,7 @@ std::wstring TestEngine::waitForPrefix(const std::wstring& prefix) {
 std::vector<std::wstring> TestEngine::capturedTexts(std::int32_t filter) const {
   const RecordList::Snapshot records = state_.monitor.snapshot(filter);
   std::vector<std::wstring> texts;
-  for (std::size_t i = 0; i < records.size(); ++i) texts.push_back(records[i].text);
+  for (std::size_t i = 0; i < records.size(); ++i) texts.emplace_back(records[i].text);
   return texts;
 }
 
