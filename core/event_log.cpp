@@ -21,15 +21,11 @@ void EventLog::write(std::wstring_view message) {
   std::wstring line;
   line.reserve(kTimeStampLength + message.size());
   line.append(stamp.text()).append(message);
-  std::vector<std::byte> fileLine;
-  fileLine.reserve((line.size() + 2) * 2);
-  appendUtf16le(line, fileLine);
-  appendUtf16le(L"\r\n", fileLine);
 
   std::vector<std::wstring> trimmedLines;  // destroyed after the lock is released
   {
     const std::lock_guard lock(mutex_);
-    if (!logFilePath_.empty()) platform::appendToFile(logFilePath_, fileLine);
+    if (!logFilePath_.empty()) appendToFile(line);
     lines_.push_back(std::move(line));
     if (lines_.size() > kMaxLogLines) {
       const auto firstKept = lines_.begin() + kLogTrimLines;
@@ -39,6 +35,13 @@ void EventLog::write(std::wstring_view message) {
     }
   }
   notifier_.notifyNewLines();
+}
+
+void EventLog::appendToFile(std::wstring_view line) {
+  fileLine_.clear();
+  appendUtf16le(line, fileLine_);
+  appendUtf16le(L"\r\n", fileLine_);
+  platform::appendToFile(logFilePath_, fileLine_);
 }
 
 std::vector<std::wstring> EventLog::takeNewLines() {
@@ -59,7 +62,7 @@ void EventLog::openView(std::size_t maxLines,
 }
 
 void EventLog::clear() {
-  std::vector<std::wstring> cleared;
+  std::deque<std::wstring> cleared;
   std::wstring path;
   {
     const std::lock_guard lock(mutex_);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -50,11 +51,14 @@ class EventLog {
   void clear();
 
  private:
+  void appendToFile(std::wstring_view line);
+
   UiNotifier& notifier_;
   std::mutex mutex_;  // guards everything below and the file
-  std::vector<std::wstring> lines_;
+  std::deque<std::wstring> lines_;
   std::size_t viewIndex_ = 0;  // first line not returned yet
   std::wstring logFilePath_;
+  std::vector<std::byte> fileLine_;  // of the last line; its memory serves the next one
 };
 
 }  // namespace quillgate

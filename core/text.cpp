@@ -17,9 +17,16 @@ constexpr wchar_t lowerCase(wchar_t c) {
   return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
-void appendUnit(std::uint32_t unit, std::vector<std::byte>& bytes) {
-  bytes.push_back(static_cast<std::byte>(unit & 0xFF));
-  bytes.push_back(static_cast<std::byte>(unit >> 8 & 0xFF));
+constexpr bool needsPair(wchar_t c) {
+  const auto character = static_cast<std::uint32_t>(c);
+  return character > 0xFFFF && character <= 0x10FFFF;
+}
+
+// Returns where the next unit goes.
+std::byte* putUnit(std::uint32_t unit, std::byte* to) {
+  *to++ = static_cast<std::byte>(unit & 0xFF);
+  *to++ = static_cast<std::byte>(unit >> 8 & 0xFF);
+  return to;
 }
 
 }  // namespace
@@ -64,16 +71,22 @@ bool equalsIgnoringCase(std::wstring_view a, std::wstring_view b) {
 
 void appendUtf16le(std::wstring_view text, std::vector<std::byte>& bytes) {
   constexpr std::uint32_t kReplacement = 0xFFFD;
+  // The room first: growing by each byte would take several times as long.
+  const std::size_t start = bytes.size();
+  const auto pairs = static_cast<std::size_t>(std::ranges::count_if(text, needsPair));
+  bytes.resize(start + 2 * (text.size() + pairs));
+
+  std::byte* to = bytes.data() + start;
   for (const wchar_t c : text) {
     auto character = static_cast<std::uint32_t>(c);
     if constexpr (sizeof(wchar_t) > 2) {
       if (character > 0x10FFFF) character = kReplacement;
       if (character > 0xFFFF) {
-        appendUnit(0xD800 + ((character - 0x10000) >> 10), bytes);
+        to = putUnit(0xD800 + ((character - 0x10000) >> 10), to);
         character = 0xDC00 + ((character - 0x10000) & 0x3FF);
       }
     }
-    appendUnit(character, bytes);
+    to = putUnit(character, to);
   }
 }
 
