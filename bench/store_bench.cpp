@@ -27,7 +27,7 @@ using Microseconds = std::chrono::duration<double, std::micro>;
 
 constexpr std::chrono::milliseconds kDuration{1500};  // of each measurement
 
-// In each such time every list is trimmed, which is what makes a turn long.
+// In each such time lists are trimmed, which is what makes a turn long.
 constexpr std::chrono::milliseconds kWindow{10};
 
 // What the longest turn in a window may take beyond that of the same loop with nothing recorded.
