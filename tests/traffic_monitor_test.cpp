@@ -249,6 +249,15 @@ TEST_F(TrafficMonitorTest, KeepsWhatASnapshotShowsWhileItIsTrimmedAndCleared) {
   }
 }
 
+TEST_F(TrafficMonitorTest, UsesTheMemoryOfClearedRecordsAgain) {
+  monitor.choose(kFilterAll);
+  monitor.capturePayload(0, kHeader, countingBytes(1));
+  const std::byte* const data = monitor.snapshot(0)[0].payload.data();
+  monitor.clearAll();
+  monitor.capturePayload(0, kHeader, countingBytes(1));
+  EXPECT_EQ(monitor.snapshot(0)[0].payload.data(), data);
+}
+
 TEST_F(TrafficMonitorTest, KeepsCapturingWithoutNoticesWhileNoMonitorIsOpen) {
   monitor.choose(kFilterAll);
   captureEvents(0, 2);
