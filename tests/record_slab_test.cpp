@@ -51,6 +51,8 @@ TEST_F(RecordSlabTest, PutsTheEndingAfterTheText) {
   EXPECT_EQ(slab->add(cut)->text, L"text  (truncated)");
   EXPECT_EQ(slab->add(capture(L"text  ", ""))->text, L"text  ");
   EXPECT_EQ(slab->add(cut)->text, L"text  (truncated)");
+  cut.ending = L"(truncateD)";
+  EXPECT_EQ(slab->add(cut)->text, L"text  (truncateD)");
 }
 
 TEST_F(RecordSlabTest, StampsEachRecordWithItsOwnTime) {
