@@ -74,7 +74,7 @@ int main() {
   using namespace quillgate::bench;
   const auto file = std::filesystem::temp_directory_path() / "quillgate_log_bench.log";
   std::printf("%-22s %10s %9s %9s\n", "", "lines/s", "user us", "system us");
-  for (const std::size_t writers : {1, 2, 4}) {
+  for (const std::size_t writers : {1U, 2U, 4U}) {
     printCase(writers, {});
     printCase(writers, file);
   }

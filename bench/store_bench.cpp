@@ -41,7 +41,7 @@ class TurnTimes {
  public:
   void addUntil(Clock::time_point end) {
     const auto time = std::chrono::nanoseconds(end - std::exchange(begin_, end));
-    ++counts_[std::min<std::size_t>(time / kStep, counts_.size() - 1)];
+    ++counts_[std::min(static_cast<std::size_t>(time / kStep), counts_.size() - 1)];
     ++turns_;
     longestOfWindow_ = std::max(longestOfWindow_, time);
     if (end - windowBegin_ < kWindow) return;
