@@ -15,6 +15,7 @@
 
 #include "monitor/monitor_view.h"
 #include "platform/system.h"
+#include "platform/thread.h"
 #include "tests/soak/tcp_load.h"
 #include "tests/soak/udp_load.h"
 #include "tests/support/load.h"
@@ -85,6 +86,8 @@ class Soak : public testing::Test {
     state.server.stop();
     EXPECT_TRUE(eventually([&] { return processResources().threads <= threadsBefore; }))
         << "a session is left";
+    // Those that wait for a next session hold handles on Windows.
+    EXPECT_TRUE(eventually([] { return platform::parkedThreads() == 0; }));
     static_cast<void>(clearMonitor(state, view));
     state.log.clear();
   }
