@@ -3,8 +3,10 @@
 // exception that leaves the body.
 //
 // Making a thread costs the system more than a short session does. So a thread whose body has ended
-// waits a while for the next one, and nobody can tell: a body finds the stack it asked for. Only
-// thread_local objects would outlive their body; the program has none.
+// waits a while for the next one: a body finds the stack it asked for. What a new thread takes over
+// from the one that starts it, such as its signal mask or on Linux its network namespace, is that
+// of whoever started the first body. thread_local objects outlive a body, too; the program has only
+// one, which does not mind.
 #pragma once
 
 #include <chrono>

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <latch>
 #include <regex>
 #include <set>
 #include <string>
@@ -234,16 +233,18 @@ TEST_F(EventLogTest, KeepsTheOrderOfTheListInTheFileWhateverTheThreads) {
   constexpr int kLinesEach = 1200;  // as many as the list keeps
   constexpr std::size_t kLines = kWriters * kLinesEach;
   log.setLogFilePath(path);
-  std::latch start(kWriters);
+  std::promise<void> start;
+  const std::shared_future<void> started = start.get_future().share();
   std::vector<std::thread> writers;
   for (int w = 0; w < kWriters; ++w) {
-    writers.emplace_back([this, &start, w] {
-      start.arrive_and_wait();
+    writers.emplace_back([this, started, w] {
+      started.wait();
       for (int i = 0; i < kLinesEach; ++i) {
         log.write(std::to_wstring(w) + L"/" + std::to_wstring(i));
       }
     });
   }
+  start.set_value();
   for (auto& writer : writers) writer.join();
 
   const auto lines = log.takeNewLines();

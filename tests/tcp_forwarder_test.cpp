@@ -6,8 +6,8 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <optional>
-#include <semaphore>
 #include <string>
 #include <thread>
 #include <utility>
@@ -456,12 +456,12 @@ TEST_F(TcpSessionTest, LogsWhatHappensBeforeItCapturesIt) {
 TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItLogsItsEnd) {
   const Socket target = test::listenOnLoopback();
   Socket server;
-  std::binary_semaphore peersHaveEnded{0};
+  std::promise<void> peersHaveEnded;
   std::optional<StreamEnd> clientSees;
   std::optional<StreamEnd> serverSees;
   engine.notifier().onLine = [&] {
-    const bool isLast = engine.notifier().lineNotices == 2;
-    if (!isLast || !peersHaveEnded.try_acquire_for(test::kDeadline)) return;
+    if (engine.notifier().lineNotices != 2) return;
+    if (peersHaveEnded.get_future().wait_for(test::kDeadline) != std::future_status::ready) return;
     clientSees = test::receiveUntilEnd(pair.client);
     serverSees = test::receiveUntilEnd(server);
   };
@@ -469,7 +469,7 @@ TEST_F(TcpSessionTest, ClosesItsSocketsBeforeItLogsItsEnd) {
   server = acceptFrom(target);
   test::closeSendingSide(pair.client);
   test::closeSendingSide(server);
-  peersHaveEnded.release();
+  peersHaveEnded.set_value();
   session.join();
   EXPECT_EQ(clientSees, StreamEnd::orderly);
   EXPECT_EQ(serverSees, StreamEnd::orderly);

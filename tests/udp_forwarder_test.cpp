@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <semaphore>
+#include <future>
 #include <span>
 #include <string>
 #include <thread>
@@ -405,22 +405,22 @@ TEST_F(UdpWorkerTest, KeepsABurstThatComesWhileItIsBusy) {
   platform::askForReceiveBuffer(target, 1024 * 1024);
   const Socket client = test::udpOnLoopback();
   // Holds the worker in its second line, the one about a new client, until it is let go.
-  std::binary_semaphore held{0};
-  std::binary_semaphore letGo{0};
+  std::promise<void> held;
+  std::promise<void> letGo;
   engine.notifier().onLine = [&] {
     if (engine.notifier().lineNotices != 2) return;
-    held.release();
-    letGo.acquire();
+    held.set_value();
+    letGo.get_future().wait();
   };
   std::thread worker([&] { run(ruleFor(Protocol::udp, port, test::localPort(target))); });
   EXPECT_NE(engine.waitForPrefix(L"[UDP] Listening"), L"");
 
   EXPECT_TRUE(sendDatagramTo(client, port, "first"));
-  EXPECT_TRUE(held.try_acquire_for(test::kDeadline));
+  EXPECT_EQ(held.get_future().wait_for(test::kDeadline), std::future_status::ready);
   for (int i = 0; i < kBurst; ++i) {
     EXPECT_TRUE(sendDatagramTo(client, port, countingText(1400)));
   }
-  letGo.release();
+  letGo.set_value();
 
   for (int i = 0; i < 1 + kBurst && !testing::Test::HasFailure(); ++i) {
     EXPECT_TRUE(receiveNextDatagram(target)) << "datagram " << i;

@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "platform/thread.h"
 #include "tests/support/bytes.h"
 #include "tests/support/posix/lossy_network.h"
 #include "tests/support/test_engine.h"
@@ -33,6 +34,8 @@ class BadNetworkTest : public testing::Test {
     // nothing is proved about them there either: the report counts the test as skipped.
     if (!LossyNetwork::mayBeMade()) GTEST_SKIP() << "no networks can be made here";
     network = std::make_unique<LossyNetwork>();
+    // Those of an earlier test are in its network.
+    ASSERT_TRUE(test::eventually([] { return platform::parkedThreads() == 0; }));
   }
 
   // Starts the server in the near network with one rule to a port of the far one.

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <semaphore>
+#include <future>
 #include <thread>
 
 namespace quillgate::test {
@@ -17,12 +17,12 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
 }
 
 void expectReturns(const std::function<void()>& work, const std::function<void()>& end) {
-  std::binary_semaphore returned{0};
+  std::promise<void> returned;
   std::thread worker([&] {
     work();
-    returned.release();
+    returned.set_value();
   });
-  const bool isInTime = returned.try_acquire_for(kDeadline);
+  const bool isInTime = returned.get_future().wait_for(kDeadline) == std::future_status::ready;
   EXPECT_TRUE(isInTime) << "it goes on and on";
   if (!isInTime) end();
   worker.join();
