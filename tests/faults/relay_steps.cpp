@@ -129,14 +129,12 @@ RelaySession RelaySteps::openSession(const std::string& name) {
 }
 
 // Waits for what becomes of a client: the target's connection, an end, or nothing because a call
-// goes on failing that the program needs to accept it, and no thread has been started for it
-// before.
+// to accept it goes on failing, and no thread has been started for it before.
 bool RelaySteps::waitForTarget(RelaySession& session, const FaultHits& before, int acceptedBefore) {
   const auto isOutOfReach = [&] {
     const FaultHits hits = faultHits().since(before);
     const std::string listener = portsText(port_, 0);
-    return (hits.on("accept4", listener) > 1 || hits.on("poll", listener) > 1) &&
-           acceptedClients() == acceptedBefore;
+    return hits.on("accept4", listener) > 1 && acceptedClients() == acceptedBefore;
   };
   EXPECT_TRUE(eventually(
       [&] { return isReadable(target_) || isReadable(session.client) || isOutOfReach(); }));
