@@ -149,7 +149,8 @@ TEST_F(LogFloodWithoutNetwork, ReachesALogWindowThatIsOpenedInTheMiddleOfIt) {
 }
 
 TEST_F(LogFloodOnWindows, LeavesKeysInTheirOrder) {
-  if (MapVirtualKeyW('1', MAPVK_VK_TO_CHAR) != '1') GTEST_SKIP() << "the keys give no digits";
+  if (MapVirtualKeyW('1', MAPVK_VK_TO_CHAR) != '1')
+    GTEST_SKIP() << "this keyboard types digits only with Shift, and the test types them without";
   const Window editor = open(L"Config");
   ASSERT_TRUE(editor.isThere());
   const HWND field = GetDlgItem(handleOf(editor), IDC_RULE_TARGET_IP);

@@ -227,7 +227,8 @@ TEST_F(MonitorTailOnWindows, CopiesTheWholeTextWhileOlderLinesAreOnTheirWay) {
 
 TEST_F(MonitorTailOnWindows, SelectsAndCopiesTheWholeTextFromItsMenu) {
   if (PRIMARYLANGID(GetUserDefaultUILanguage()) != LANG_ENGLISH) {
-    GTEST_SKIP() << "the letters of the menu are known for English";
+    GTEST_SKIP()
+        << "Windows draws this menu in its own language; the test knows the English letters";
   }
   showLongLines(60);
   const std::wstring text = textOf(edit());
