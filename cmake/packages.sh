@@ -45,6 +45,7 @@
     'libatspi2.0-dev: drives the windows on Linux'
     'at-spi2-core: the service for screen readers'
     'dbus: the bus of a session, which that service is on'
+    'qt6-xdgdesktopportal-platformtheme: lets windows use the dialogs of the desktop'
     'libx11-dev: windows as the display knows them'
     'libxtst-dev: mouse and keyboard'
     'zip: packs the tests for Windows'

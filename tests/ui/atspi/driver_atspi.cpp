@@ -6,6 +6,7 @@
 
 #include "tests/support/deadline.h"
 #include "tests/ui/atspi/accessible.h"
+#include "tests/ui/atspi/file_portal.h"
 #include "tests/ui/atspi/native.h"
 #include "tests/ui/atspi/x11.h"
 #include "tests/ui/driver.h"
@@ -46,12 +47,14 @@ bool isInside(const Box& inner, const Box& outer) {
   return inner.y >= outer.y && inner.y + inner.height <= outer.y + outer.height;
 }
 
-// Connected before the first test: each looks for descriptors that it has left open.
+// Connected before the first test: each looks for what it has left open or running, and some of
+// that stays after the first use.
 class Desktop : public testing::Environment {
  public:
   void SetUp() override {
     ASSERT_TRUE(eventually([] { return x11::hasWindowManager(); }));
     static_cast<void>(Accessible::windowsOf(getpid()));
+    const FilePortal portal;
   }
 };
 
