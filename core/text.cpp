@@ -65,6 +65,15 @@ std::wstring decimalText(std::uint32_t value) {
   return {digits.begin(), digits.end()};
 }
 
+std::wstring joined(std::initializer_list<std::wstring_view> parts) {
+  std::size_t length = 0;
+  for (const std::wstring_view part : parts) length += part.size();
+  std::wstring text;
+  text.reserve(length);
+  for (const std::wstring_view part : parts) text += part;
+  return text;
+}
+
 bool equalsIgnoringCase(std::wstring_view a, std::wstring_view b) {
   return std::ranges::equal(a, b, {}, lowerCase, lowerCase);
 }

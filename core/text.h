@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -25,6 +26,9 @@ namespace quillgate {
 // The decimal digits of `value`. std::to_wstring gives the same, but goes through formatted output,
 // which takes ten times as long and a page more of a session's stack.
 [[nodiscard]] std::wstring decimalText(std::uint32_t value);
+
+// The parts one after the other, in memory taken once: what sums of texts take for each plus sign.
+[[nodiscard]] std::wstring joined(std::initializer_list<std::wstring_view> parts);
 
 // Whether two texts are equal when the letters A to Z equal a to z.
 [[nodiscard]] bool equalsIgnoringCase(std::wstring_view a, std::wstring_view b);

@@ -43,7 +43,7 @@ using RuleSet = std::array<ForwardRule, kRuleCount>;
 
 // Where the rule leads, as people see it: "192.0.2.1:80", the host as it was entered.
 [[nodiscard]] inline std::wstring targetText(const ForwardRule& rule) {
-  return rule.targetIp + L":" + decimalText(rule.targetPort);
+  return joined({rule.targetIp, L":", decimalText(rule.targetPort)});
 }
 
 // The live rules. Any thread may call; the lock is held only while the ten rules are copied.

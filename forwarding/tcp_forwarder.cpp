@@ -96,21 +96,22 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
 
   const std::optional<SocketAddress> target = targetOf(rule);
   if (!target) {
-    report(L"[TCP] FROM " + peerText + L"  Resolve failed for " + targetText(rule));
+    report(joined({L"[TCP] FROM ", peerText, L"  Resolve failed for ", targetText(rule)}));
     return;
   }
   Socket targetSocket = platform::openTcpSocketFor(*target);
   if (!targetSocket.isOpen()) return;
   if (!platform::connectTo(targetSocket, *target)) {
-    report(L"[TCP] FROM " + peerText + L"  Connect failed to " + targetText(rule));
+    report(joined({L"[TCP] FROM ", peerText, L"  Connect failed to ", targetText(rule)}));
     targetSocket.close();
     return;
   }
 
+  const std::wstring localPort = decimalText(rule.localPort);
   const std::wstring route =
-      L"FROM " + peerText + L"  local " + decimalText(rule.localPort) + L" -> " + targetText(rule);
-  sinks.log.write(L"[TCP] " + route);
-  sinks.monitor.captureEvent(monitorIndex, L"[TCP] SESSION " + route);
+      joined({L"FROM ", peerText, L"  local ", localPort, L" -> ", targetText(rule)});
+  sinks.log.write(joined({L"[TCP] ", route}));
+  sinks.monitor.captureEvent(monitorIndex, joined({L"[TCP] SESSION ", route}));
 
   const auto pump = [&](std::wstring_view directionText, const Socket& from, const Socket& to) {
     relayAndCapture(sinks.monitor, ruleIndex, peerText, directionText, from, to);
@@ -126,15 +127,13 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, Socket clientSocket,
 
   targetSocket.close();
   clientSocket.close();
-  report(L"[TCP] Session closed FROM " + peerText + L" (local " + decimalText(rule.localPort) +
-         L")");
+  report(joined({L"[TCP] Session closed FROM ", peerText, L" (local ", localPort, L")"}));
 }
 
 std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
                              std::wstring_view peerText, std::wstring_view directionText,
                              const Socket& fromSocket, const Socket& toSocket) noexcept {
-  std::wstring label = L"[TCP] ";
-  label.append(directionText).append(L" FROM ").append(peerText).append(L"  ");
+  const std::wstring label = joined({L"[TCP] ", directionText, L" FROM ", peerText, L"  "});
 
   std::array<std::byte, kRelayBufferBytes * kMaxChunksAtOnce> buffer;
   while (true) {

@@ -24,6 +24,13 @@ TEST(DecimalText, HasTheDigitsOfTheValueAndNothingElse) {
   EXPECT_EQ(decimalText(4294967295), L"4294967295");
 }
 
+TEST(Joined, HasAllPartsInTheirOrder) {
+  const std::wstring port = L"8080";
+  EXPECT_EQ(joined({L"local ", port, L"", L" -> ", std::wstring(300, L'x')}),
+            L"local 8080 -> " + std::wstring(300, L'x'));
+  EXPECT_EQ(joined({}), L"");
+}
+
 TEST(Text, TrimsExactlySpaceTabLineFeedAndCarriageReturn) {
   EXPECT_EQ(trimmed(L" \t\r\n8080\n\r\t "), L"8080");
   EXPECT_EQ(trimmed(L"a b\tc"), L"a b\tc");

@@ -10,6 +10,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <thread>
 
@@ -43,21 +46,26 @@ bool waitUntilConnected(int descriptor) {
   return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length) == 0 && error == 0;
 }
 
-std::wstring withPort(std::wstring host, in_port_t port) {
-  if (port == 0) return host;
-  return host + L":" + toWide(std::to_string(ntohs(port)));
-}
-
 // By hand: inet_ntop goes through formatted output, which takes a page more of every session's
 // stack.
 std::wstring ipv4ToText(const sockaddr_in& address) {
+  constexpr std::wstring_view kLongest = L"255.255.255.255:65535";
+  std::wstring text;
+  text.reserve(kLongest.size());
+  const auto put = [&text](std::uint32_t value) {
+    char digits[std::numeric_limits<std::uint32_t>::digits10 + 1];
+    text.append(digits, std::to_chars(std::begin(digits), std::end(digits), value).ptr);
+  };
   const std::uint32_t bits = ntohl(address.sin_addr.s_addr);
-  std::string host;
   for (int shift = 24; shift >= 0; shift -= 8) {
-    if (!host.empty()) host += '.';
-    host += std::to_string(bits >> shift & 0xFF);
+    if (!text.empty()) text += L'.';
+    put(bits >> shift & 0xFF);
   }
-  return withPort(toWide(host), address.sin_port);
+  if (address.sin_port != 0) {
+    text += L':';
+    put(ntohs(address.sin_port));
+  }
+  return text;
 }
 
 std::optional<std::wstring> ipv6ToText(const sockaddr_in6& address) {
@@ -68,7 +76,7 @@ std::optional<std::wstring> ipv6ToText(const sockaddr_in6& address) {
   std::wstring host = toWide(bytes);
   if (address.sin6_scope_id != 0) host += L"%" + std::to_wstring(address.sin6_scope_id);
   if (address.sin6_port == 0) return host;
-  return withPort(L"[" + host + L"]", address.sin6_port);
+  return L"[" + host + L"]:" + std::to_wstring(ntohs(address.sin6_port));
 }
 
 }  // namespace
