@@ -11,8 +11,11 @@
 
 #include <chrono>
 #include <concepts>
+#include <condition_variable>
 #include <cstddef>
 #include <memory>
+#include <optional>
+#include <thread>
 #include <utility>
 
 namespace quillgate::platform {
@@ -36,15 +39,14 @@ class Thread {
   // Starts `body`, a callable without arguments that the new thread owns and destroys. Throws
   // std::system_error (resource_unavailable_try_again) when the system has no thread left.
   template <std::invocable Body>
-  Thread(std::size_t stackBytes, Body body) {
-    start(stackBytes, std::make_unique<BodyOf<Body>>(std::move(body)));
-  }
+  Thread(std::size_t stackBytes, Body body)
+      : Thread(stackBytes, std::make_shared<TaskOf<Body>>(std::move(body))) {}
 
-  Thread(Thread&& other) noexcept : runner_(std::exchange(other.runner_, nullptr)) {}
+  Thread(Thread&& other) noexcept = default;
   Thread& operator=(Thread&& other) noexcept;
   ~Thread();
 
-  [[nodiscard]] bool joinable() const noexcept { return runner_ != nullptr; }
+  [[nodiscard]] bool joinable() const noexcept { return task_ != nullptr; }
 
   // Blocks until the body has ended and is destroyed. Throws std::system_error when there is
   // nothing to join (invalid_argument) or a thread would wait for itself
@@ -52,29 +54,36 @@ class Thread {
   void join();
 
   // Lets the body run on by itself.
-  void detach() noexcept;
+  void detach() noexcept { task_.reset(); }
 
  private:
-  // What a thread runs, exactly once.
-  struct AnyBody {
-    virtual ~AnyBody() = default;
-    virtual void run() = 0;
+  // A body and how far it is; the latter is guarded by the lock of Runners.
+  struct Task {
+    virtual ~Task() = default;
+    virtual void run() = 0;  // runs the body once and destroys it
+
+    std::thread::id thread;         // that runs it, once one does
+    std::condition_variable ended;  // changes with hasEnded
+    bool hasEnded = false;
   };
   template <typename Body>
-  struct BodyOf final : AnyBody {
-    explicit BodyOf(Body callable) : body(std::move(callable)) {}
-    void run() override { body(); }
-    Body body;
+  struct TaskOf final : Task {
+    explicit TaskOf(Body callable) : body(std::move(callable)) {}
+    void run() override {
+      (*body)();
+      body.reset();
+    }
+    std::optional<Body> body;
   };
-  class Runner;
+  struct Runner;
   class Runners;
 
-  void start(std::size_t stackBytes, std::unique_ptr<AnyBody> body);
+  Thread(std::size_t stackBytes, std::shared_ptr<Task> task);
 
   friend std::size_t parkedThreads() noexcept;
   friend void runNativeThread(void* argument) noexcept;
 
-  Runner* runner_ = nullptr;
+  std::shared_ptr<Task> task_;
 };
 
 }  // namespace quillgate::platform
