@@ -4,10 +4,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <span>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/test_engine.h"
@@ -399,34 +401,168 @@ TEST_F(UdpWorkerTest, CapturesADatagramBeforeItSendsIt) {
   EXPECT_EQ(isSent, (std::vector{false, false, false}));  // client, question, answer
 }
 
-TEST_F(UdpWorkerTest, KeepsABurstThatComesWhileItIsBusy) {
-  constexpr int kBurst = 120;  // more than the systems' own receive buffers hold
-  const Socket target = test::udpOnLoopback();
-  platform::askForReceiveBuffer(target, 1024 * 1024);
-  const Socket client = test::udpOnLoopback();
-  // Holds the worker in its second line, the one about a new client, until it is let go.
-  std::promise<void> held;
-  std::promise<void> letGo;
-  engine.notifier().onLine = [&] {
-    if (engine.notifier().lineNotices != 2) return;
-    held.set_value();
-    letGo.get_future().wait();
-  };
-  std::thread worker([&] { run(ruleFor(Protocol::udp, port, test::localPort(target))); });
-  EXPECT_NE(engine.waitForPrefix(L"[UDP] Listening"), L"");
+// A worker that is held in its line about its client, with that one's first datagram not yet sent,
+// until letGo(). What is sent to it meanwhile is there all at once.
+class UdpBurstTest : public UdpWorkerTest {
+ protected:
+  void SetUp() override {
+    platform::askForReceiveBuffer(target, 1024 * 1024);
+    platform::askForReceiveBuffer(client, 1024 * 1024);
+    engine.state().monitor.choose(kFilterAll);
+    engine.notifier().onLine = [this] {
+      if (engine.notifier().lineNotices > 2) return onLaterLine();
+      if (engine.notifier().lineNotices < 2) return;
+      held_.set_value();
+      letGo_.get_future().wait();
+    };
+    worker_ = std::thread([this] { run(ruleFor(Protocol::udp, port, test::localPort(target))); });
+    ASSERT_NE(engine.waitForPrefix(L"[UDP] Listening"), L"");
+    ASSERT_TRUE(sendDatagramTo(client, port, "first"));
+    ASSERT_EQ(held_.get_future().wait_for(test::kDeadline), std::future_status::ready);
+  }
 
-  EXPECT_TRUE(sendDatagramTo(client, port, "first"));
-  EXPECT_EQ(held.get_future().wait_for(test::kDeadline), std::future_status::ready);
+  void TearDown() override {
+    letGo();
+    running = false;
+    if (worker_.joinable()) worker_.join();
+  }
+
+  void letGo() {
+    if (!std::exchange(isLetGo_, true)) letGo_.set_value();
+  }
+
+  // How many datagrams have come to the target and were not counted yet.
+  std::size_t countAtTarget() {
+    std::size_t count = 0;
+    while (test::isReadable(target) && receiveNextDatagram(target)) ++count;
+    return count;
+  }
+
+  // Calls `onRecord` in the worker for every record.
+  void watchRecords(std::function<void()> onRecord) {
+    engine.notifier().monitorOpen = true;
+    engine.notifier().onRecords = [this, onRecord = std::move(onRecord)] {
+      engine.state().monitor.beginRefresh();  // so that the next record brings a notice too
+      onRecord();
+    };
+  }
+
+  const Socket target = test::udpOnLoopback();
+  const Socket client = test::udpOnLoopback();
+  std::function<void()> onLaterLine = [] {};
+
+ private:
+  std::promise<void> held_;
+  std::promise<void> letGo_;
+  bool isLetGo_ = false;
+  std::thread worker_;
+};
+
+TEST_F(UdpBurstTest, LosesNone) {
+  constexpr int kBurst = 120;  // more than the systems' own receive buffers hold
   for (int i = 0; i < kBurst; ++i) {
     EXPECT_TRUE(sendDatagramTo(client, port, countingText(1400)));
   }
-  letGo.set_value();
-
+  letGo();
   for (int i = 0; i < 1 + kBurst && !testing::Test::HasFailure(); ++i) {
     EXPECT_TRUE(receiveNextDatagram(target)) << "datagram " << i;
   }
-  running = false;
-  worker.join();
+}
+
+TEST_F(UdpBurstTest, RelaysEverySizeBothWaysInItsOrder) {
+  struct Sent {
+    bool isReply;
+    std::size_t size;
+    int count;
+  };
+  std::vector<std::string> questions{"first"};
+  std::vector<std::string> answers;
+  std::vector<std::pair<std::wstring, std::string>> records;  // text and payload
+  records.emplace_back(L"[UDP] C->S  ", "first");
+  int number = 0;
+  for (const auto [isReply, size, count] : {Sent{false, 64, 19},
+                                            {true, 64, 3},
+                                            {false, 64, 1},
+                                            {true, 64, 1},
+                                            {false, 0, 1},
+                                            {true, 1400, 8},
+                                            {true, 1399, 2},
+                                            {false, 1, 2},
+                                            {false, 8200, 8},
+                                            {false, 33000, 2},
+                                            {true, 3, 9},
+                                            {false, kLargestDatagram, 1},
+                                            {false, 64, 2}}) {
+    for (int i = 0; i < count; ++i) {
+      std::string text = countingText(size);
+      if (!text.empty()) text[0] = static_cast<char>(++number);
+      ASSERT_TRUE(sendDatagramTo(isReply ? target : client, port, text));
+      if (text.empty()) continue;  // those are not relayed
+      (isReply ? answers : questions).push_back(text);
+      records.emplace_back(isReply ? L"[UDP] S->C  " : L"[UDP] C->S  ", text.substr(0, 4096));
+      if (size > 4096) records.back().first += L"(truncated)";
+    }
+  }
+  letGo();
+  const auto expectAll = [&](const Socket& receiver, const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+      const auto datagram = receiveNextDatagram(receiver);
+      ASSERT_TRUE(datagram);
+      EXPECT_TRUE(datagram->text == text) << datagram->text.size() << " bytes of " << text.size();
+      EXPECT_EQ(datagram->senderPort, port);
+    }
+    EXPECT_TRUE(test::staysQuiet(receiver));
+  };
+  expectAll(target, questions);
+  expectAll(client, answers);
+  const auto captured = engine.state().monitor.snapshot(0);
+  ASSERT_EQ(captured.size(), 1 + records.size());  // the first is the client's
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    EXPECT_TRUE(captured[i + 1].text == records[i].first) << "record " << i;
+    EXPECT_TRUE(textOf(captured[i + 1].payload) == records[i].second) << "record " << i;
+  }
+}
+
+TEST_F(UdpBurstTest, CapturesEachBeforeItIsSent) {
+  constexpr std::size_t kBurst = 20;
+  for (std::size_t i = 0; i < kBurst; ++i) ASSERT_TRUE(sendDatagramTo(client, port, "same size"));
+  std::size_t captured = 0;  // without the client
+  std::size_t sent = 0;
+  std::atomic<int> tooEarly{0};
+  watchRecords([&, isClient = true]() mutable {
+    sent += countAtTarget();
+    if (sent > captured) ++tooEarly;
+    if (!std::exchange(isClient, false)) ++captured;
+  });
+  letGo();
+  EXPECT_TRUE(test::eventually([&] { return engine.capturedTexts().size() == 2 + kBurst; }));
+  TearDown();
+  EXPECT_EQ(sent + countAtTarget(), 1 + kBurst);
+  EXPECT_EQ(tooEarly, 0);
+}
+
+TEST_F(UdpBurstTest, IsSentAsFarAsItIsCapturedWhenTheServerStops) {
+  for (int i = 0; i < 20; ++i) ASSERT_TRUE(sendDatagramTo(client, port, "same size"));
+  watchRecords([&, records = 0]() mutable {
+    if (++records == 13) running = false;
+  });
+  letGo();
+  EXPECT_TRUE(test::eventually([&] { return !active; }));
+  EXPECT_EQ(engine.capturedTexts().size(), 13U);  // the client and twelve
+  EXPECT_EQ(countAtTarget(), 12U);
+}
+
+TEST_F(UdpBurstTest, OfOneClientIsSentBeforeTheNextOneIsReported) {
+  const Socket other = test::udpOnLoopback();
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(sendDatagramTo(client, port, "5 b.."));
+  ASSERT_TRUE(sendDatagramTo(other, port, "5 b.."));
+  std::atomic<std::size_t> sentAtLine{0};
+  onLaterLine = [&] { sentAtLine = sentAtLine + countAtTarget(); };
+  letGo();
+  EXPECT_TRUE(test::eventually([&] { return sentAtLine > 0; }));
+  EXPECT_EQ(sentAtLine, 5U);
+  EXPECT_TRUE(receiveNextDatagram(target));
+  onLaterLine = [] {};
 }
 
 }  // namespace
