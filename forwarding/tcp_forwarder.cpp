@@ -1,5 +1,6 @@
 #include "forwarding/tcp_forwarder.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -138,16 +139,24 @@ std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
   std::array<std::byte, kRelayBufferBytes * kMaxChunksAtOnce> buffer;
   while (true) {
     auto room = std::span<std::byte>(buffer);
-    std::int32_t received = platform::receive(fromSocket, room.first(kRelayBufferBytes));
-    if (received <= 0) return received;
-    do {
+    const auto receiveChunk = [&] {
+      const std::int32_t received = platform::receive(fromSocket, room.first(kRelayBufferBytes));
+      if (received <= 0) return received;
       const auto chunk = room.first(static_cast<std::size_t>(received));
       monitor.capturePayload(static_cast<std::uint32_t>(ruleIndex), label, chunk);
       room = room.subspan(chunk.size());
-      // Behind a chunk that is not full, there is hardly ever another one.
-      if (chunk.size() < kRelayBufferBytes || room.empty()) break;
-      received = platform::receiveNow(fromSocket, room.first(kRelayBufferBytes));
-    } while (received > 0);
+      return received;
+    };
+    std::int32_t received = receiveChunk();
+    if (received <= 0) return received;
+    // Behind a chunk that is not full, there is hardly ever another one.
+    const bool isFull = static_cast<std::size_t>(received) == kRelayBufferBytes;
+    std::size_t waiting = isFull ? platform::bytesWaiting(fromSocket) : 0;
+    while (waiting > 0 && room.size() >= kRelayBufferBytes) {
+      received = receiveChunk();
+      if (received <= 0) break;  // and again when what there is has been sent
+      waiting -= std::min(waiting, static_cast<std::size_t>(received));
+    }
     const auto data = std::span<const std::byte>(buffer).first(buffer.size() - room.size());
     if (const std::int32_t sent = sendAll(toSocket, data); sent <= 0) return sent;
   }

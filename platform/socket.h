@@ -109,9 +109,9 @@ inline constexpr std::chrono::milliseconds kPauseWithoutDescriptors{10};
 // of bytes, 0 when the peer has closed its side, or a negative value on an error.
 [[nodiscard]] std::int32_t receive(const Socket& socket, std::span<std::byte> buffer) noexcept;
 
-// The same without waiting: receives what has arrived already. Returns the number of bytes, or a
-// value of 0 or less when there are none; why there are none, receive() tells.
-[[nodiscard]] std::int32_t receiveNow(const Socket& socket, std::span<std::byte> buffer) noexcept;
+// How many bytes have arrived that nobody has received yet: receive() does not wait for those. 0
+// when the socket cannot tell.
+[[nodiscard]] std::size_t bytesWaiting(const Socket& socket) noexcept;
 
 // Sends at least the first byte of `data` and blocks while nothing fits. Returns the number of
 // bytes taken, which may be less than offered, or a value of 0 or less on an error.

@@ -5,6 +5,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -171,9 +172,10 @@ std::int32_t receive(const Socket& socket, std::span<std::byte> buffer) noexcept
       [&] { return ::recv(descriptorOf(socket), buffer.data(), lengthOf(buffer), 0); }));
 }
 
-std::int32_t receiveNow(const Socket& socket, std::span<std::byte> buffer) noexcept {
-  return static_cast<std::int32_t>(untilNotInterrupted(
-      [&] { return ::recv(descriptorOf(socket), buffer.data(), lengthOf(buffer), MSG_DONTWAIT); }));
+std::size_t bytesWaiting(const Socket& socket) noexcept {
+  int waiting = 0;
+  return ::ioctl(descriptorOf(socket), FIONREAD, &waiting) == 0 ? static_cast<std::size_t>(waiting)
+                                                                : 0;
 }
 
 std::int32_t send(const Socket& socket, std::span<const std::byte> data) noexcept {

@@ -131,12 +131,9 @@ std::int32_t receive(const Socket& socket, std::span<std::byte> buffer) noexcept
   return ::recv(socket.native(), charsOf(buffer), lengthOf(buffer), 0);
 }
 
-std::int32_t receiveNow(const Socket& socket, std::span<std::byte> buffer) noexcept {
-  // Sockets block or do not block for all their threads, so it asks first. It is the only one that
-  // receives; what has arrived stays.
+std::size_t bytesWaiting(const Socket& socket) noexcept {
   u_long waiting = 0;
-  if (::ioctlsocket(socket.native(), FIONREAD, &waiting) != 0 || waiting == 0) return -1;
-  return receive(socket, buffer);
+  return ::ioctlsocket(socket.native(), FIONREAD, &waiting) == 0 ? waiting : 0;
 }
 
 std::int32_t send(const Socket& socket, std::span<const std::byte> data) noexcept {
