@@ -104,6 +104,27 @@ TEST_F(RecordSlabTest, TakesNoMoreThanItHasRoomForAndDamagesNone) {
   }
 }
 
+// A processor copies by lines and parts of lines, which may begin anywhere in a buffer.
+TEST_F(RecordSlabTest, KeepsPayloadsOfAnySizeFromAnywhereToTheByte) {
+  std::string buffer;
+  for (int i = 0; buffer.size() < kMaxPayloadBytes + 64; ++i) buffer += static_cast<char>(i % 251);
+  std::vector<std::string_view> payloads;
+  for (std::size_t size = 1; size <= kMaxPayloadBytes; size += size < 1200 ? 1 : 13)
+    payloads.push_back(std::string_view(buffer).substr(size % 64, size));
+  payloads.push_back(std::string_view(buffer).substr(1, kMaxPayloadBytes));
+
+  std::vector<std::shared_ptr<RecordSlab>> slabs = {slabFor(capture(L"", ""))};
+  std::vector<const MonitorRecord*> records;
+  for (const std::string_view payload : payloads) {
+    const Capture next = capture(L"text", payload);
+    const MonitorRecord* record = slabs.back()->add(next);
+    if (record == nullptr) record = slabs.emplace_back(slabFor(next))->add(next);
+    records.push_back(record);
+  }
+  for (std::size_t i = 0; i < records.size(); ++i)
+    ASSERT_TRUE(std::ranges::equal(records[i]->payload, bytesOf(payloads[i]))) << i;
+}
+
 TEST_F(RecordSlabTest, HasRoomForAnyFirstRecord) {
   const std::wstring text(kSlabBytes, L'x');
   const auto slab = slabFor(capture(text, "payload"));
