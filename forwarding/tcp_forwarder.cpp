@@ -137,27 +137,32 @@ std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
   const std::wstring label = joined({L"[TCP] ", directionText, L" FROM ", peerText, L"  "});
 
   std::array<std::byte, kRelayBufferBytes * kMaxChunksAtOnce> buffer;
+  std::array<std::span<const std::byte>, kMaxChunksAtOnce> chunks;
   while (true) {
-    auto room = std::span<std::byte>(buffer);
+    std::size_t filled = 0;
+    std::size_t count = 0;
     const auto receiveChunk = [&] {
-      const std::int32_t received = platform::receive(fromSocket, room.first(kRelayBufferBytes));
+      const auto room = std::span<std::byte>(buffer).subspan(filled, kRelayBufferBytes);
+      const std::int32_t received = platform::receive(fromSocket, room);
       if (received <= 0) return received;
-      const auto chunk = room.first(static_cast<std::size_t>(received));
-      monitor.capturePayload(static_cast<std::uint32_t>(ruleIndex), label, chunk);
-      room = room.subspan(chunk.size());
+      chunks[count++] = room.first(static_cast<std::size_t>(received));
+      filled += static_cast<std::size_t>(received);
       return received;
     };
     std::int32_t received = receiveChunk();
     if (received <= 0) return received;
     // Behind a chunk that is not full, there is hardly ever another one.
-    const bool isFull = static_cast<std::size_t>(received) == kRelayBufferBytes;
-    std::size_t waiting = isFull ? platform::bytesWaiting(fromSocket) : 0;
-    while (waiting > 0 && room.size() >= kRelayBufferBytes) {
+    std::size_t waiting = filled == kRelayBufferBytes ? platform::bytesWaiting(fromSocket) : 0;
+    while (waiting > 0 && count < kMaxChunksAtOnce) {
       received = receiveChunk();
       if (received <= 0) break;  // and again when what there is has been sent
       waiting -= std::min(waiting, static_cast<std::size_t>(received));
     }
-    const auto data = std::span<const std::byte>(buffer).first(buffer.size() - room.size());
+    // Only now: receiving and capturing drive one another's code and data out of the caches.
+    for (const auto chunk : std::span(chunks).first(count)) {
+      monitor.capturePayload(static_cast<std::uint32_t>(ruleIndex), label, chunk);
+    }
+    const auto data = std::span<const std::byte>(buffer).first(filled);
     if (const std::int32_t sent = sendAll(toSocket, data); sent <= 0) return sent;
   }
 }

@@ -30,8 +30,8 @@ void runTcpSession(Sinks sinks, std::int32_t ruleIndex, platform::Socket clientS
                    platform::SocketAddress peerAddress, ForwardRule rule) noexcept;
 
 // Relays one direction, "C->S" or "S->C", until its sender closes or a socket fails. Chunks that
-// are there already go on together; nothing waits for the next one. Returns the last result of
-// receiving or sending.
+// are there already go on together, each captured before; nothing waits for the next one. Returns
+// the last result of receiving or sending.
 std::int32_t relayAndCapture(TrafficMonitor& monitor, std::int32_t ruleIndex,
                              std::wstring_view peerText, std::wstring_view directionText,
                              const platform::Socket& fromSocket,
