@@ -17,6 +17,7 @@ import signal
 import statistics
 import subprocess
 import sys
+import threading
 import time
 from dataclasses import dataclass
 from typing import Callable
@@ -24,7 +25,7 @@ from typing import Callable
 sys.dont_write_bytecode = True
 
 from relays import (  # noqa: E402
-    BUILD, CAPTURING, HOST, IDLE_SESSIONS, OURS, Direct, Failed, Ports,
+    BUILD, HOST, IDLE_SESSIONS, OURS, Direct, Failed, Ports,
     available_peers, free_ports, raise_descriptor_limit, running,
 )
 
@@ -34,6 +35,9 @@ STORE_BENCH = BUILD / "store_bench"
 
 ROUNDS = 4
 SPARE_DESCRIPTORS = 200
+CAPTURE_SECONDS = 12
+FILLING_SECONDS = 2  # until the capture store is full
+SLICE_SECONDS = 0.04  # after which capture is switched
 SETTLED_SECONDS = 1  # after which the system has given back what it was about to
 GIB = 2**30
 
@@ -43,10 +47,10 @@ GIB = 2**30
 
 @dataclass(frozen=True)
 class Goal:
-    """A limit of how our figure, or that of ours with capture on, relates to another one."""
+    """A limit of how our figure relates to that of the best peer, or of the figure itself."""
 
     limit: float
-    beside: str = "best peer"  # or "capture off"; with "" the limit is one of the figure itself
+    beside_peers: bool = True
 
 
 @dataclass(frozen=True, eq=False)
@@ -66,15 +70,11 @@ class Measure:
     program: pathlib.Path
     load: str
     count: int
-    rows: tuple
+    rows: tuple = ()
 
     @property
     def protocol(self):
         return "udp" if self.program == UDP_LOAD else "tcp"
-
-    @property
-    def with_capture(self):
-        return any(goal.beside == "capture off" for row in self.rows for goal in row.goals)
 
 
 def more(title, value, *goals):
@@ -113,8 +113,6 @@ def loss(result):
     return result["lossPercent"]
 
 
-CAPTURE_SHARE = Goal(0.9, "capture off")
-
 MEASURES = (
     Measure("connections", TCP_LOAD, "connections", 1, (
         more("one client, connections/s", per_second, Goal(0.85)),
@@ -126,15 +124,15 @@ MEASURES = (
         less("  processor us each", cpu_microseconds_each, 0, Goal(1.4)),
     )),
     Measure("streams", TCP_LOAD, "streams", 1, (
-        more("one stream, MB/s", megabytes_per_second, Goal(1.05), CAPTURE_SHARE),
+        more("one stream, MB/s", megabytes_per_second, Goal(1.05)),
         less("  processor s per GiB", cpu_seconds_per_gib, 2),
     )),
     Measure("streams", TCP_LOAD, "streams", 8, (
-        more("eight streams, MB/s", megabytes_per_second, Goal(1.15), CAPTURE_SHARE),
+        more("eight streams, MB/s", megabytes_per_second, Goal(1.15)),
         less("  processor s per GiB", cpu_seconds_per_gib, 2),
     )),
     Measure("streams", TCP_LOAD, "duplex", 1, (
-        more("both ways at once, MB/s", megabytes_per_second, Goal(1.0), CAPTURE_SHARE),
+        more("both ways at once, MB/s", megabytes_per_second, Goal(1.0)),
         less("  processor s per GiB", cpu_seconds_per_gib, 2, Goal(1.1)),
     )),
     Measure("round-trips", TCP_LOAD, "round-trips", 5_000, (
@@ -142,10 +140,10 @@ MEASURES = (
         less("64-byte round trip p99, us", p99, 1, Goal(0.95)),
     )),
     Measure("udp", UDP_LOAD, "echo", 64, (
-        more("UDP echo, 64 bytes, 1/s", per_second, Goal(1.5), CAPTURE_SHARE),
+        more("UDP echo, 64 bytes, 1/s", per_second, Goal(1.5)),
     )),
     Measure("udp", UDP_LOAD, "echo", 1_400, (
-        more("UDP echo, 1400 bytes, 1/s", per_second, Goal(1.5), CAPTURE_SHARE),
+        more("UDP echo, 1400 bytes, 1/s", per_second, Goal(1.5)),
     )),
     Measure("udp", UDP_LOAD, "one-way", 50_000, (
         less("UDP one way, 50000/s, % lost", loss, 2),
@@ -154,7 +152,7 @@ MEASURES = (
 
 # Of each session, beyond what "direct" takes: that is the load's own.
 MEMORY_ROWS = (
-    less("idle session, KiB", lambda result: result["all"], 1, Goal(56, "")),
+    less("idle session, KiB", lambda result: result["all"], 1, Goal(56, beside_peers=False)),
     less("  pages of processes", lambda result: result["AnonPages"], 1),
     less("  kernel stacks", lambda result: result["KernelStack"], 1),
     less("  page tables", lambda result: result["PageTables"], 1),
@@ -163,7 +161,16 @@ MEMORY_ROWS = (
 )
 PROBE_ROW = less(f"round trip among {IDLE_SESSIONS}, us", p50, 1, Goal(1.0))
 
-GROUPS = ("connections", "streams", "round-trips", "udp", "idle", "trim")
+# Each with what is left of its rate while capture is on.
+CAPTURED = {
+    "one stream": Measure("capture", TCP_LOAD, "streams", 1),
+    "eight streams": Measure("capture", TCP_LOAD, "streams", 8),
+    "both ways at once": Measure("capture", TCP_LOAD, "duplex", 1),
+    "UDP echo, 64 bytes": Measure("capture", UDP_LOAD, "echo", 64),
+    "UDP echo, 1400 bytes": Measure("capture", UDP_LOAD, "echo", 1_400),
+}
+
+GROUPS = ("connections", "streams", "round-trips", "udp", "capture", "idle", "trim")
 
 
 class Results:
@@ -206,15 +213,15 @@ def take_turns(relays, number):
     return relays[first:] + relays[:first]
 
 
+def load_command(measure, ports):
+    count = str(measure.count)
+    return [str(measure.program), measure.load, str(ports.listen), str(ports.target), count]
+
+
 def run_load(relay, measure):
     """What one load found out, with the processor time of the relay."""
     cpu_before = relay.cpu_seconds()
-    ports = [str(relay.ports.listen), str(relay.ports.target)]
-    done = subprocess.run(
-        [str(measure.program), measure.load, *ports, str(measure.count)],
-        capture_output=True,
-        text=True,
-    )
+    done = subprocess.run(load_command(measure, relay.ports), capture_output=True, text=True)
     if done.returncode != 0:
         relay.check_alive()
         raise Failed(f"{measure.load} {measure.count}: {complaint(done.returncode, done.stderr)}")
@@ -245,8 +252,6 @@ def relay_for(kind, measure, started, ports):
 def takes_part(kind, measure, started):
     if kind is None:
         return True
-    if kind is CAPTURING and not measure.with_capture:
-        return False
     return measure.protocol in kind.protocols and (measure.protocol == "udp" or kind in started)
 
 
@@ -357,6 +362,72 @@ def measure_idle_rounds(kinds, ports, results):
         print(f"idle round {number + 1} of {ROUNDS} done", file=sys.stderr)
 
 
+# --- Capture -----------------------------------------------------------------------------------
+
+
+@contextlib.contextmanager
+def loading(measure, ports):
+    """Keeps a load going. Gives a function that throws when one has failed."""
+    ended = threading.Event()
+    failures = []
+
+    def load():
+        while not ended.is_set() and not failures:
+            done = subprocess.run(load_command(measure, ports), capture_output=True, text=True)
+            if done.returncode != 0:
+                failures.append(complaint(done.returncode, done.stderr))
+
+    def check():
+        if failures:
+            raise Failed(f"{measure.load} {measure.count}: {failures[0]}")
+
+    thread = threading.Thread(target=load)
+    thread.start()
+    try:
+        yield check
+    finally:
+        ended.set()
+        thread.join()
+    check()
+
+
+def rate_of_loopback(seconds):
+    """Bytes a second. Each that is relayed passes twice."""
+    passed = pathlib.Path("/sys/class/net/lo/statistics/rx_bytes")
+    start, before = time.monotonic(), int(passed.read_text())
+    time.sleep(seconds)
+    return (int(passed.read_text()) - before) / (time.monotonic() - start)
+
+
+def capture_share(relay, measure):
+    """The rate with capture on as a share of that with capture off, both of the same process in
+    the same seconds: between runs, rates differ by more than what capture costs."""
+    rates = {True: [], False: []}
+    with loading(measure, relay.ports) as check:
+        relay.wait_until_ready()
+        relay.switch_capture(True)
+        time.sleep(FILLING_SECONDS)
+        end = time.monotonic() + CAPTURE_SECONDS
+        while time.monotonic() < end:
+            check()
+            for on in (False, True):
+                relay.switch_capture(on)
+                rates[on].append(rate_of_loopback(SLICE_SECONDS))
+    return statistics.median(rates[True]) / statistics.median(rates[False])
+
+
+def measure_capture(ports, results):
+    target, listen = ports[:2]
+    for title, measure in CAPTURED.items():
+        goal = Goal(0.9, beside_peers=False)
+        row = Row(f"capture on, {title}: share", None, digits=2, goals=(goal,))
+        try:
+            with running(OURS, Ports(listen, target), measure.protocol) as relay:
+                results.add(row, OURS.name, capture_share(relay, measure))
+        except Failed as error:
+            results.complain(OURS.name, error)
+
+
 # --- The capture store -------------------------------------------------------------------------
 
 
@@ -366,7 +437,7 @@ def measure_trims(results):
     case = ""
     for line in done.stdout.splitlines():
         if found := re.match(r"\s+beyond\s+([-\d.]+)", line):
-            row = less(f"wait at a trim, {case}, us", None, 1, Goal(200, ""))
+            row = less(f"wait at a trim, {case}, us", None, 1, Goal(200, beside_peers=False))
             results.add(row, OURS.name, float(found[1]))
         elif not line.startswith(" "):
             case = line
@@ -397,21 +468,18 @@ def print_medians(results):
 
 def goal_line(title, row, goal, medians):
     """What we have, what it is measured against, and whether that is enough; None without both."""
-    ours, other = OURS.name, None
-    if goal.beside == "capture off":
-        title, ours, other = f"capture on: {title}", CAPTURING.name, OURS.name
-    elif goal.beside:
-        peers = [name for name in medians if name not in ("direct", OURS.name, CAPTURING.name)]
+    other = None
+    if goal.beside_peers:
+        peers = [name for name in medians if name not in ("direct", OURS.name)]
         other = (min if row.less_is_better else max)(peers, key=medians.get, default=None)
-    if ours not in medians or (goal.beside and other not in medians):
+    if OURS.name not in medians or (goal.beside_peers and other not in medians):
         return None
-    figure = medians[ours] / medians[other] if goal.beside else medians[ours]
+    figure = medians[OURS.name] / medians[other] if other else medians[OURS.name]
     met = figure <= goal.limit if row.less_is_better else figure >= goal.limit
-    beside = "capture off" if goal.beside == "capture off" else other
     return [
         title,
-        f"{medians[ours]:.{row.digits}f}",
-        f"{medians[other]:.{row.digits}f} {beside}" if other else "-",
+        f"{medians[OURS.name]:.{row.digits}f}",
+        f"{medians[other]:.{row.digits}f} {other}" if other else "-",
         f"{figure:.2f}" if other else "-",
         f"{'<=' if row.less_is_better else '>='} {goal.limit:g}",
         "yes" if met else "no",
@@ -455,8 +523,8 @@ def main():
     peers = available_peers()
     # None is loopback without a relay.
     ours = [None, OURS]
-    results = Results([Direct.name, OURS.name, CAPTURING.name, *(peer.name for peer in peers)])
-    ports = free_ports(len(peers) + 4)
+    results = Results([Direct.name, OURS.name, *(peer.name for peer in peers)])
+    ports = free_ports(len(peers) + 3)
 
     # First, so that no memory of connections that have ended is given back meanwhile.
     if "idle" in groups:
@@ -466,8 +534,10 @@ def main():
             measure_idle_rounds([*ours, *peers], ports, results)
     if "trim" in groups:
         measure_trims(results)
+    if "capture" in groups:
+        measure_capture(ports, results)
     if measures := [measure for measure in MEASURES if measure.group in groups]:
-        measure_loads(measures, [*ours, CAPTURING, *peers], ports, results)
+        measure_loads(measures, [*ours, *peers], ports, results)
     print()
     print_medians(results)
     print_goals(results)

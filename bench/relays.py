@@ -49,7 +49,6 @@ class Kind:
     version: str = ""  # the argument that has the first of the programs print it
     package: str = ""
     idle_sessions: int = IDLE_SESSIONS  # that it is asked to hold
-    capture: bool = False
 
     def missing(self):
         return [str(need) for need in self.needs if shutil.which(need) is None
@@ -134,7 +133,6 @@ stream {{
 
 
 OURS = Kind("quillgate", quillgate_command)
-CAPTURING = Kind("capture on", quillgate_command, capture=True)
 PEERS = (
     Kind(
         "socat",
@@ -216,10 +214,6 @@ class Relay:
                 start_new_session=True,
             )
         try:
-            if kind.capture:
-                self._wait_for_output("ready")
-                self._process.send_signal(signal.SIGUSR1)
-                self._wait_for_output("capture on")
             if protocol == "tcp":  # with datagrams the load tries until one comes through
                 self._wait_until_relaying()
                 time.sleep(SETTLING_SECONDS)
@@ -255,6 +249,15 @@ class Relay:
         ticks = sum(sum(map(int, stat[11:15])) for stat in self._stats().values())
         return ticks / os.sysconf("SC_CLK_TCK")
 
+    def wait_until_ready(self):
+        """Until ours takes signals."""
+        self._wait_for_output("ready")
+
+    def switch_capture(self, on):
+        """Of ours, which has it switched the other way."""
+        self._process.send_signal(signal.SIGUSR1)
+        self._wait_for_output(f"capture {'on' if on else 'off'}")
+
     def _stats(self):
         """The fields of /proc/PID/stat after the name, by the PIDs of the session."""
         found = {}
@@ -272,11 +275,11 @@ class Relay:
         return self._output_path.read_text(errors="replace").strip()[-300:]
 
     def _wait_for_output(self, line):
-        def is_there():
+        def is_last():
             self.check_alive()
-            return line in self._output().splitlines()
+            return self._output().splitlines()[-1:] == [line]
 
-        wait_until(is_there, f'{self.name} did not print "{line}"')
+        wait_until(is_last, f'{self.name} did not print "{line}"')
 
     def _wait_until_relaying(self):
         """Passes one byte through, so that nothing of the start is left when a load begins."""
