@@ -1,15 +1,12 @@
 #include "monitor/record_slab.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <algorithm>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "core/time_stamp.h"
+#include "platform/memory.h"
 
 namespace quillgate {
 namespace {
@@ -38,17 +35,7 @@ bool isJoined(std::wstring_view joined, std::wstring_view text, std::wstring_vie
 // ever looked at: otherwise each line would first be read from memory, only to be overwritten, and
 // would drive out of the caches what the pump needs next.
 void copyPayload(std::span<const std::byte> from, std::byte* to) {
-#ifdef __SSE2__
-  if (from.size() >= kLeastPastCaches) {
-    for (; from.size() >= sizeof(__m128i); from = from.subspan(sizeof(__m128i))) {
-      const auto part = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from.data()));
-      _mm_stream_si128(reinterpret_cast<__m128i*>(to), part);
-      to += sizeof(__m128i);
-    }
-    // No lock orders such stores before those that tell other threads of the record.
-    _mm_sfence();
-  }
-#endif
+  if (from.size() >= kLeastPastCaches) return platform::copyPastCaches(from, to);
   std::ranges::copy(from, to);
 }
 
