@@ -1,7 +1,9 @@
 // A flood of clients where the system allows few threads. A session without a thread would end the
 // process: the descriptors have to run out first.
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -27,13 +29,26 @@ constexpr rlim_t kThreads = 200;
 // Each would need two threads.
 constexpr std::size_t kClients = 300;
 
-// Forwards one port to another for ever, as a user of whom nothing else runs, with few threads.
-[[noreturn]] void serveWithFewThreads(const std::wstring& ports) {
+// The limit counts all threads of a user. Makes this process one of a user of whom nothing else
+// runs: root can become any, and in a namespace of its own everybody is one.
+bool becomeAUserAlone() {
   constexpr uid_t kFirstUser = 60'000;
   constexpr uid_t kUsers = 5'000;
+  if (::geteuid() != 0) return ::unshare(CLONE_NEWUSER) == 0;
+  return ::setuid(kFirstUser + static_cast<uid_t>(::getpid()) % kUsers) == 0;
+}
+
+bool mayBecomeAUserAlone() {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(becomeAUserAlone() ? 0 : 1);
+  int status = 1;
+  return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+// Forwards one port to another for ever, as a user of whom nothing else runs, with few threads.
+[[noreturn]] void serveWithFewThreads(const std::wstring& ports) {
   const rlimit few{.rlim_cur = kThreads, .rlim_max = kThreads};
-  const auto user = kFirstUser + static_cast<uid_t>(::getpid()) % kUsers;
-  if (::setrlimit(RLIMIT_NPROC, &few) != 0 || ::setuid(user) != 0) std::abort();
+  if (!becomeAUserAlone() || ::setrlimit(RLIMIT_NPROC, &few) != 0) std::abort();
   if (!platform::startPlatform()) std::abort();
 
   std::wistringstream text(ports);
@@ -57,8 +72,8 @@ void acceptAll(const Socket& target, Keep keep) {
 
 TEST(ThreadLimit, LetsAFloodOfClientsWaitInsteadOfEndingTheProcess) {
   if (const auto ports = test::childTask()) serveWithFewThreads(*ports);
-  if (::geteuid() != 0) {
-    GTEST_SKIP() << "the limit counts all threads of a user: only root can become one without any";
+  if (!mayBecomeAUserAlone()) {
+    GTEST_SKIP() << "neither root nor a user namespace: there are other threads of this user";
   }
   const Socket target = test::listenOnLoopback();
   const std::uint16_t port = test::freePort(Transport::tcp);
