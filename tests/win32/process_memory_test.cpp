@@ -19,7 +19,8 @@ TEST(ProcessMemory, LeavesOutWhatTheHeapKeepsForLater) {
   for (std::size_t i = 0; i + 1 < kBlocks; ++i) blocks[i].reset();
   const auto emptied = test::processMemory();
 
-  EXPECT_GT(full.residentBytes, before.residentBytes + kBlocks * kBlockBytes);
+  // Threads of earlier tests may end meanwhile, and their stacks go with them.
+  EXPECT_GT(full.residentBytes, emptied.residentBytes + kBlocks * kBlockBytes / 4 * 3);
   EXPECT_LT(emptied.residentBytes, before.residentBytes + kBlocks * kBlockBytes / 4);
 }
 
