@@ -16,8 +16,9 @@ static_assert(std::is_trivially_destructible_v<MonitorRecord>, "nobody destroys 
 // Payloads begin with a cache line: copying one to anywhere else takes half as long again.
 constexpr std::size_t kPayloadAlignment = 64;
 
-// Smaller payloads go through the caches: with a few lines that is faster.
-constexpr std::size_t kLeastPastCaches = 1024;
+// Smaller payloads go through the caches: that is faster with few lines, and with a last line that
+// is not full.
+constexpr std::size_t kLeastPastCaches = kMaxPayloadBytes;
 
 // The most that a record takes.
 std::size_t mostBytesOf(const Capture& capture) {
@@ -31,7 +32,7 @@ bool isJoined(std::wstring_view joined, std::wstring_view text, std::wstring_vie
          joined.ends_with(ending);
 }
 
-// Copies a payload to the cache line where it begins. A large one goes past the caches, as few are
+// Copies a payload to the cache line where it begins. A full one goes past the caches, as few are
 // ever looked at: otherwise each line would first be read from memory, only to be overwritten, and
 // would drive out of the caches what the pump needs next.
 void copyPayload(std::span<const std::byte> from, std::byte* to) {
