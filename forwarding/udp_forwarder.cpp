@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "core/text.h"
 #include "forwarding/socket_address.h"
@@ -14,6 +15,9 @@ namespace {
 
 using platform::Socket;
 using platform::SocketAddress;
+
+constexpr std::wstring_view kToTarget = L"[UDP] C->S  ";
+constexpr std::wstring_view kToClient = L"[UDP] S->C  ";
 
 // Datagrams wait here while the worker is not scheduled. With the systems' own 64 to 208 KiB, a
 // burst would lose some then.
@@ -48,13 +52,13 @@ class UdpRelay {
   void relay(std::span<const std::byte> datagram, const SocketAddress& sender) {
     if (platform::sameIpv4Endpoint(sender, target_)) {
       if (!client_) return;
-      context_.sinks.monitor.capturePayload(ruleIndex_, L"[UDP] S->C  ", datagram);
+      context_.sinks.monitor.capturePayload(ruleIndex_, kToClient, datagram);
       platform::sendDatagram(socket_, datagram, *client_);
       return;
     }
     if (!client_ || !platform::sameIpv4Endpoint(sender, *client_)) reportNewClient(sender);
     client_ = sender;
-    context_.sinks.monitor.capturePayload(ruleIndex_, L"[UDP] C->S  ", datagram);
+    context_.sinks.monitor.capturePayload(ruleIndex_, kToTarget, datagram);
     platform::sendDatagram(socket_, datagram, target_);
   }
 

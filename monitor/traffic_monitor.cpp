@@ -8,6 +8,11 @@
 #include "platform/system.h"
 
 namespace quillgate {
+namespace {
+
+constexpr std::wstring_view kTruncated = L"(truncated)";
+
+}  // namespace
 
 RecordList::SharedBlock TrafficMonitor::ShownList::append(SharedRecord record) {
   RecordList::SharedBlock trimmed = records.append(std::move(record));
@@ -26,7 +31,7 @@ void TrafficMonitor::capturePayload(std::uint32_t ruleIndex, std::wstring_view t
   const auto kept = data.first(std::min(data.size(), kMaxPayloadBytes));
   const Capture capture{.time = platform::localTime(),
                         .text = text,
-                        .ending = kept.size() < data.size() ? L"(truncated)" : L"",
+                        .ending = kept.size() < data.size() ? kTruncated : std::wstring_view(),
                         .payload = kept};
   appendRecord(ruleIndex, maker_.make(ruleIndex, capture));
   notify();
