@@ -21,7 +21,12 @@ inline constexpr std::size_t kTrimRecords = 5000;
 
 class RecordList {
  public:
-  using Block = std::array<SharedRecord, kTrimRecords>;
+  // Records that are dropped together, oldest first, and what keeps them alive: the owner of
+  // records that come soon after one another, as those of a slab do, is counted once.
+  struct Block {
+    std::array<const MonitorRecord*, kTrimRecords> records;
+    std::vector<SharedRecord> owners;
+  };
   using SharedBlock = std::shared_ptr<Block>;
 
   // The records of the list at one moment. Later changes of the list do not change it.
@@ -29,7 +34,7 @@ class RecordList {
    public:
     [[nodiscard]] std::size_t size() const { return size_; }
     [[nodiscard]] const MonitorRecord& operator[](std::size_t index) const {
-      return *(*blocks_[index / kTrimRecords])[index % kTrimRecords];
+      return *blocks_[index / kTrimRecords]->records[index % kTrimRecords];
     }
 
    private:
@@ -40,13 +45,13 @@ class RecordList {
 
   [[nodiscard]] std::size_t size() const { return size_; }
   [[nodiscard]] const MonitorRecord& operator[](std::size_t index) const {
-    return *(*blocks_[index / kTrimRecords])[index % kTrimRecords];
+    return *blocks_[index / kTrimRecords]->records[index % kTrimRecords];
   }
 
   // Adds the newest record. If the list then has more than kMaxRecords, removes the oldest
   // kTrimRecords and returns them, for the caller to destroy after releasing the lock. Otherwise
   // returns null.
-  [[nodiscard]] SharedBlock append(SharedRecord record);
+  [[nodiscard]] SharedBlock append(const SharedRecord& record);
 
   [[nodiscard]] Snapshot snapshot() const;
 

@@ -14,8 +14,8 @@ constexpr std::wstring_view kTruncated = L"(truncated)";
 
 }  // namespace
 
-RecordList::SharedBlock TrafficMonitor::ShownList::append(SharedRecord record) {
-  RecordList::SharedBlock trimmed = records.append(std::move(record));
+RecordList::SharedBlock TrafficMonitor::ShownList::append(const SharedRecord& record) {
+  RecordList::SharedBlock trimmed = records.append(record);
   if (trimmed) shown -= std::min(shown, kTrimRecords);
   return trimmed;
 }
@@ -37,14 +37,14 @@ void TrafficMonitor::capturePayload(std::uint32_t ruleIndex, std::wstring_view t
   notify();
 }
 
-void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, SharedRecord record) {
+void TrafficMonitor::appendRecord(std::uint32_t ruleIndex, const SharedRecord& record) {
   // Destroyed after the lock is released: a block holds thousands of records.
   RecordList::SharedBlock trimmedOfAll;
   RecordList::SharedBlock trimmedOfRule;
 
   const std::lock_guard lock(lock_);
   if (ruleIndex < kRuleCount) trimmedOfRule = lists_[1 + ruleIndex].append(record);
-  trimmedOfAll = lists_[0].append(std::move(record));
+  trimmedOfAll = lists_[0].append(record);
 }
 
 void TrafficMonitor::notify() {

@@ -85,14 +85,14 @@ class TrafficMonitor {
     RecordList records;
     std::size_t shown = 0;
 
-    [[nodiscard]] RecordList::SharedBlock append(SharedRecord record);
+    [[nodiscard]] RecordList::SharedBlock append(const SharedRecord& record);
   };
 
   // The place in `lists_` of the list that a filter value chooses.
   [[nodiscard]] static std::size_t listIndex(std::int32_t filterValue) {
     return isRuleFilter(filterValue) ? 1 + static_cast<std::size_t>(filterValue) : 0;
   }
-  void appendRecord(std::uint32_t ruleIndex, SharedRecord record);
+  void appendRecord(std::uint32_t ruleIndex, const SharedRecord& record);
   void notify();
 
   UiNotifier& notifier_;

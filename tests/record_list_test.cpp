@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "monitor/record_maker.h"
 
@@ -54,8 +57,8 @@ TEST(RecordList, TrimsTheOldest5000WhenOneMoreThan50000Come) {
   const RecordList::SharedBlock trimmed = list.append(numbered(50001));
 
   ASSERT_NE(trimmed, nullptr);
-  EXPECT_EQ(trimmed->front()->text, L"1");
-  EXPECT_EQ(trimmed->back()->text, L"5000");
+  EXPECT_EQ(trimmed->records.front()->text, L"1");
+  EXPECT_EQ(trimmed->records.back()->text, L"5000");
   ASSERT_EQ(list.size(), 45001U);
   for (std::size_t i = 0; i < list.size(); ++i) {
     ASSERT_EQ(list[i].text, std::to_wstring(i + 5001));
@@ -86,6 +89,31 @@ TEST(RecordList, ForgetsTrimmedRecordsWhenTheirBlockGoes) {
     EXPECT_FALSE(oldest.expired());
   }
   EXPECT_TRUE(oldest.expired());
+}
+
+TEST(RecordList, CountsTheOwnerOfRecordsThatComeSoonAfterOneAnotherOnce) {
+  const auto records = std::make_shared<const std::array<MonitorRecord, 3>>();
+  const auto other = std::make_shared<const MonitorRecord>();
+  RecordList list;
+  for (const MonitorRecord& record : *records) {
+    static_cast<void>(list.append(SharedRecord(records, &record)));
+    static_cast<void>(list.append(other));
+  }
+  EXPECT_EQ(records.use_count(), 2);
+  EXPECT_EQ(other.use_count(), 2);
+}
+
+TEST(RecordList, KeepsTheOwnersOfAllItsRecords) {
+  std::vector<std::weak_ptr<const MonitorRecord>> records;
+  RecordList list;
+  for (int i = 0; i < 100; ++i) {
+    const auto record = std::make_shared<const MonitorRecord>();
+    records.emplace_back(record);
+    static_cast<void>(list.append(record));
+  }
+  EXPECT_TRUE(std::ranges::none_of(records, [](const auto& record) { return record.expired(); }));
+  list = {};
+  EXPECT_TRUE(std::ranges::all_of(records, [](const auto& record) { return record.expired(); }));
 }
 
 TEST(RecordListSnapshot, StaysAsItWasWhileTheListGrows) {
