@@ -82,7 +82,7 @@ prepareWindows() {
   step 'Preparing wine in build/wine'
   endSession  # of a supervisor that was ended by force
   prepareWinePrefix "$windows"
-  program=("$wine" build/windows/quillgate.exe)
+  program=("${wine[@]}" build/windows/quillgate.exe)
 }
 
 # Prints the program's data folder; under wine, once it has made it.

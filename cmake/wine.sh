@@ -32,7 +32,7 @@ runInSession() {
   rm -f "$crashes"
 
   local code=0
-  "$wine" "$@" </dev/null &
+  "${wine[@]}" "$@" </dev/null &
   wait $! || code=$?
 
   if [[ -e $crashes ]]; then

@@ -13,8 +13,13 @@ firstProgram() {
 }
 
 # Debian's wine64 package alone puts no program on the PATH.
-wine=$(firstProgram /usr/lib/wine/wine64 wine64 wine)
+wine=("$(firstProgram /usr/lib/wine/wine64 wine64 wine)")
 wineserver=$(firstProgram /usr/lib/wine/wineserver64 wineserver)
+
+# Newer versions of Linux, as 6.18, put the heap anywhere in the GiB behind a program. There wine needs
+# one page, at 0x7ffe0000: one start in 8,000 finds it taken and fails with error 1359. Without random
+# addresses the heap begins right behind the program. Some containers do not allow that.
+if setarch -R true 2>/dev/null; then wine=(setarch -R "${wine[@]}"); fi
 
 export WINEARCH=win64
 # No .NET and no HTML engine to install, no menu entries in the user's home.
@@ -52,7 +57,7 @@ buttonSigns=/usr/share/wine/fonts/marlett.ttf
 # and would hold a pipe open that a caller reads to its end.
 runDetached() {
   local log=$WINEPREFIX/wine.log
-  if ! "$wine" "$@" </dev/null &>"$log"; then
+  if ! "${wine[@]}" "$@" </dev/null &>"$log"; then
     cat "$log" >&2
     echo "wine could not run $*." >&2
     return 1

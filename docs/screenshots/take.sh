@@ -134,7 +134,7 @@ startWindowsProgram() {
   frameLeft=4
   frameTop=23
   data=$(echo "$WINEPREFIX"/drive_c/users/*/AppData/Local)
-  startProgram "$wine" build/windows/quillgate.exe
+  startProgram "${wine[@]}" build/windows/quillgate.exe
 }
 
 endAll() {
