@@ -1,6 +1,7 @@
 // Lets a window refresh at most every 100 ms when notices come fast: the first one refreshes it at
-// once, and those that come within 100 ms are answered together when the time is over. UI thread
-// only.
+// once, and those after it are answered together, by a timer. The system lets a timer wait for all
+// messages and input that are there, so the user has a turn before each refresh, which lets new
+// notices come. UI thread only.
 #pragma once
 
 #include <windows.h>
@@ -15,15 +16,13 @@ class RefreshPace {
 
   // Whether the notice that is being handled is to refresh the window. One that was sent, and not
   // posted, always does.
-  [[nodiscard]] bool refreshesNow() const {
-    return GetTickCount64() >= nextRefresh_ || InSendMessage() != 0;
-  }
+  [[nodiscard]] bool refreshesNow() const { return !timerRuns_ || InSendMessage() != 0; }
 
   // To be called after each refresh of the window.
   void refreshed(HWND window, bool foundNews);
 
  private:
-  ULONGLONG nextRefresh_ = 0;  // in the time of GetTickCount64
+  bool timerRuns_ = false;
 };
 
 }  // namespace quillgate

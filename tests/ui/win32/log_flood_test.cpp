@@ -76,6 +76,11 @@ class LogFloodWithoutNetwork : public LogFloodOnWindows {
     return reinterpret_cast<std::size_t>(GetPropW(handleOf(window), L"NoticesTaken"));
   }
 
+  // As on a machine that is busy with other things.
+  void delayNotices(std::chrono::milliseconds time) const {
+    SetPropW(handleOf(window), L"NoticeDelay", reinterpret_cast<HANDLE>(time.count()));
+  }
+
   // A client of the flood, counted from 0, as it stands in its line behind the time stamp.
   static std::wstring lineOfClient(std::size_t client) {
     return L"[UDP] New client FROM 10." + std::to_wstring(client >> 16) + L"." +
@@ -110,6 +115,18 @@ TEST_F(LogFloodWithoutNetwork, LosesNoLineAndKeepsNobodyWaiting) {
   RecordProperty("linesPerSecond",
                  std::to_string(std::lround(static_cast<double>(lines.size()) / time.count())));
   EXPECT_EQ(program->close(), 0);
+}
+
+// A hundred notices take longer then than the pause between two refreshes.
+TEST_F(LogFloodWithoutNetwork, KeepsNobodyWaitingWhenNoticesTakeLong) {
+  const StatusClick statusClick(mainWindow, window);
+  delayNotices(std::chrono::milliseconds(3));
+  startFlood();
+  AnswerTimes answers;
+  answers.measureFor(std::chrono::seconds(5), statusClick);
+  EXPECT_LT(answers.report(), std::chrono::seconds(5));
+  delayNotices({});
+  expectAllLinesShown();
 }
 
 TEST_F(LogFloodWithoutNetwork, IsAnnouncedByAThousandNoticesASecondAtMost) {

@@ -3,7 +3,8 @@
 // one rule that forwards UDP.
 //
 // It also counts the notices of new lines that the thread takes which starts it: a window has the
-// number of its own as its property "NoticesTaken".
+// number of its own as its property "NoticesTaken". To take one can be made to last longer, by as
+// many milliseconds as the window's property "NoticeDelay" says.
 
 // The functions below are the library's, not somebody else's.
 #define WINSOCK_API_LINKAGE __declspec(dllexport)
@@ -36,6 +37,8 @@ LRESULT CALLBACK countNotices(int code, WPARAM removed, LPARAM lParam) {
     constexpr const wchar_t* kProperty = L"NoticesTaken";
     const auto taken = reinterpret_cast<std::uintptr_t>(GetPropW(message.hwnd, kProperty));
     SetPropW(message.hwnd, kProperty, reinterpret_cast<HANDLE>(taken + 1));
+    const auto delay = reinterpret_cast<std::uintptr_t>(GetPropW(message.hwnd, L"NoticeDelay"));
+    if (delay != 0) Sleep(static_cast<DWORD>(delay));
   }
   return CallNextHookEx(nullptr, code, removed, lParam);
 }
