@@ -56,15 +56,20 @@ class AnswerTimes {
   std::vector<Clock::duration> times_;
 };
 
+// Moves a window to where it and the other one do not cover each other.
+inline void moveBelow(const Window& other, const Window& window) {
+  constexpr int kRoomForFrames = 40;  // pixels
+  const Box place = other.screenPlace();
+  window.moveTo({place.x, place.y + place.height + kRoomForFrames});
+}
+
 // Clicks on "Status" with the mouse and waits until the panel folds in or out.
 class StatusClick {
  public:
   // Moves the other window away from the buttons of the main window.
   StatusClick(const Window& mainWindow, const Window& otherWindow)
       : mainWindow_(mainWindow), button_(mainWindow.control(L"Status")) {
-    constexpr int kRoomForFrames = 40;  // pixels
-    const Box place = mainWindow_.screenPlace();
-    otherWindow.moveTo({place.x, place.y + place.height + kRoomForFrames});
+    moveBelow(mainWindow, otherWindow);
     // A click may get lost while the window becomes the active one.
     EXPECT_TRUE(eventually([this] { return isAnsweredWithin(std::chrono::seconds(1)); }));
   }
